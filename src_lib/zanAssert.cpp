@@ -1,0 +1,26 @@
+#include "zanAssert.h"
+
+#include "messages.h"
+
+#include <ostream>
+
+namespace TESK_ZAN
+{
+
+// Out of line: the class's type information then lives in the library alone, so hosts can catch it by type.
+ZanBugException::~ZanBugException() = default;
+
+const char* ZanBugException::what() const noexcept
+{
+    return "ZAN Exception - Bug OR incorrect usage. Kindly report any bugs to ensure they are solved quickly!";
+}
+
+void reportFailure(const std::string& file, const std::string& line, const std::string& function,
+                   const std::string& condition)
+{
+    messageStream() << "      " << file << ":" << line << "\n      " << function << std::flush;
+    zanError("ASSEX", "Condition [ " + condition + " failed ]");
+    throw ZanBugException();
+}
+
+} // namespace TESK_ZAN
