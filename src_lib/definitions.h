@@ -17,8 +17,8 @@ using RCC = u64; // a lattice corner, packed like an RCD
 
 static_assert(sizeof(CCD) == 8, "codes are 64 bits wide");
 
-constexpr int MAXLEVELS = 21;               // 3 * 21 = 63 bits: bit 63 is never used by a valid code
-constexpr u64 FAILED_CODE = ~u64{0};        // marks a code that could not be formed
+constexpr int MAXLEVELS = 21;                 // 3 * 21 = 63 bits: bit 63 is never used by a valid code
+constexpr u64 FAILED_CODE = ~u64{0};          // marks a code that could not be formed
 constexpr u64 MAX_COORD = (u64{1} << 21) - 1; // the largest cell coordinate on one axis
 
 constexpr u64 RCD_X = 0x7ffffc0000000000; // field masks of a packed code

@@ -32,6 +32,7 @@ std::string positionText(const char* function, int line);
 
 } // namespace TESK_ZAN
 
-#define ZAN_WARNING(what) ::TESK_ZAN::zanWarning(::TESK_ZAN::positionText(__PRETTY_FUNCTION__, __LINE__), what)
+#define ZAN_WARNING(what)                                                                                    \
+    ::TESK_ZAN::zanWarning(::TESK_ZAN::positionText(__PRETTY_FUNCTION__, __LINE__), what)
 #define ZAN_ERROR(what) ::TESK_ZAN::zanError(::TESK_ZAN::positionText(__PRETTY_FUNCTION__, __LINE__), what)
 #define ZAN_INFO(what) ::TESK_ZAN::zanInfo(::TESK_ZAN::positionText(__PRETTY_FUNCTION__, __LINE__), what)

@@ -12,7 +12,8 @@ ZanBugException::~ZanBugException() = default;
 
 const char* ZanBugException::what() const noexcept
 {
-    return "ZAN Exception - Bug OR incorrect usage. Kindly report any bugs to ensure they are solved quickly!";
+    return "ZAN Exception - Bug OR incorrect usage. Kindly report any bugs to ensure they are solved "
+           "quickly!";
 }
 
 void reportFailure(const std::string& file, const std::string& line, const std::string& function,

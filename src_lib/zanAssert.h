@@ -30,5 +30,4 @@ namespace TESK_ZAN
     } while (false)
 
 // A branch that must not be reached; the condition text is "false".
-#define zanFail()                                                                                            \
-    ::TESK_ZAN::reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, "false")
+#define zanFail() ::TESK_ZAN::reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, "false")

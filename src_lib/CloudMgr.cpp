@@ -1,0 +1,98 @@
+#include "CloudMgr.h"
+
+#include "Calc.h"
+#include "Cloud.h"
+#include "messages.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+using CCDBundles = std::vector<std::pair<u64, Bundle*>>;
+
+// Several clouds can hold the same cell. The last bundle of the group stands for all, in their mean colour
+// when the first one has a colour.
+Bundle* mergeBundles(CCDBundles::const_iterator first, CCDBundles::const_iterator last)
+{
+    Bundle* pKept = (last - 1)->second;
+    if (!first->second->pVtx->hasColor())
+        return pKept;
+    float r = 0;
+    float g = 0;
+    float b = 0;
+    float a = 0;
+    for (auto it = first; it != last; ++it)
+        it->second->pVtx->addOwnColor(r, g, b, a);
+    const float num = static_cast<float>(last - first);
+    const auto mean = [num](float sum) { return static_cast<unsigned char>(sum / num); };
+    pKept->pVtx->setColor(mean(r), mean(g), mean(b), mean(a));
+    return pKept;
+}
+
+} // namespace
+
+CloudMgr::CloudMgr() = default;
+CloudMgr::~CloudMgr() = default;
+
+Cloud& CloudMgr::addCloud(const std::string& name, double spacingAbs, double spacingFactor, bool bMelt,
+                          int fillSize)
+{
+    vClouds.push_back(std::make_unique<Cloud>(name, spacingAbs, spacingFactor, bMelt, fillSize));
+    return *vClouds.back();
+}
+
+double CloudMgr::inputPointsViaMemory(const std::vector<Point3>& vPoints, double spacingAbs,
+                                      double spacingFactor, bool bMelt, const Calc* pGivenCalc, int fillSize)
+{
+    Cloud& cloud = addCloud("inputPointsViaMemory", spacingAbs, spacingFactor, bMelt, fillSize);
+    cloud.setPoints(vPoints);
+    cloud.prepareScanPoints(pGivenCalc);
+    return cloud.getDetectedSpacing();
+}
+
+void CloudMgr::readFiles(const std::vector<std::string>& vFileNames, double spacingAbs, double spacingFactor,
+                         bool bMelt, int fillSize)
+{
+    if (vFileNames.size() > 1)
+        messageStream() << "\nSorry, the current implementation state allows only one input file."
+                        << "Multiple input point clouds will be supported in later versions" << std::flush;
+    zanAssert(vFileNames.size() == 1);
+    Cloud& cloud = addCloud(vFileNames.front(), spacingAbs, spacingFactor, bMelt, fillSize);
+    std::vector<Point3> vRead;
+    cloud.readPoints(vFileNames.front(), vRead); // has said what is wrong; the cloud then stays empty
+    sumReadTime += cloud.getReadTime();
+    cloud.setPoints(vRead);
+    vRead = {};
+    cloud.prepareScanPoints(nullptr);
+}
+
+void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std::vector<u64>& vZeroCCD) const
+{
+    zanAssert(!vClouds.empty());
+    const Cloud& cloud = *vClouds.front();
+    pCalc = cloud.getCalc();
+    CCDBundles vPairs;
+    cloud.getBundles(vPairs, vZeroCCD);
+    // Stable among equal codes: the later bundle of a pair has the higher position in the cloud.
+    const auto byCode = [](const auto& x, const auto& y) { return x.first < y.first; };
+    if (!std::is_sorted(vPairs.begin(), vPairs.end(), byCode))
+        std::stable_sort(vPairs.begin(), vPairs.end(), byCode);
+    vBundles_srt.clear();
+    vBundles_srt.reserve(vPairs.size());
+    for (auto it = vPairs.cbegin(); it != vPairs.cend();) {
+        auto itEnd = it + 1;
+        while (itEnd != vPairs.cend() && itEnd->first == it->first)
+            ++itEnd;
+        vBundles_srt.push_back(itEnd - it == 1 ? it->second : mergeBundles(it, itEnd));
+        it = itEnd;
+    }
+}
+
+} // namespace TESK_ZAN

@@ -1,0 +1,50 @@
+// Subsystem: run. Builds on: CloudMgr, Voro, CMesh, RMesh, Mesh. Used by: zan_api_functions.
+// The driver of one run: takes the bundles of the input side and carries them through the stages to a Mesh.
+#pragma once
+
+#include "Bundle.h"
+#include "definitions.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class CMesh;
+class Calc;
+class CloudMgr;
+class Mesh;
+class RMesh;
+
+// Lives on the stack of an exported call, after its CloudMgr: the bundles and the Calc belong to the
+// manager's cloud. Owns the combinatorial mesh. The Mesh that a run returns keeps no pointer into either.
+class Hal
+{
+public:
+    explicit Hal(CloudMgr* pCldMgr);
+    ~Hal();
+    Hal(const Hal&) = delete;
+    Hal& operator=(const Hal&) = delete;
+
+    // All stages of a reconstruction. Null, after an error message, when the input came to no bundle.
+    std::shared_ptr<Mesh> reconstruct();
+
+    // The combinatorial mesh of the run; a failed condition before there is one.
+    CMesh* getCMesh() const;
+
+private:
+    bool takeBundles();
+    void extractSurface();
+    std::unique_ptr<RMesh> takeOverToRealMesh() const;
+
+    CloudMgr* pCldMgr;     // not owned
+    Calc* pCalc = nullptr; // the cloud's
+    std::unique_ptr<CMesh> pCMesh;
+    std::vector<Bundle*> vBundles;     // the cloud's, ascending by code
+    std::map<u64, Bundle*> mCCDBundle; // the same by code
+    std::vector<u64> vZeroCCD;         // codes of cells that no point fell into
+};
+
+} // namespace TESK_ZAN

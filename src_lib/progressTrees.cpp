@@ -1,0 +1,53 @@
+#include "progressTrees.h"
+
+#include "Progress.h"
+
+namespace TESK_ZAN
+{
+
+const std::vector<PhaseWeight>& reconstructPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {
+        {"CL_eres", 3},          {"SM_run", 3},         {"CL_creb", 3},       {"HL_st", 3},
+        {"VO_ftx", 3},           {"VO_amb", 3},         {"TP_unif", 10},      {"TP_pps", 100},
+        {"PREP_fillHoles", 100}, {"TP_cbcpl", 100},     {"TP_itr", 50},       {"TP_fin", 30},
+        {"RM_cpo", 10},          {"RM_kdeg", 10},       {"RM_gEfCandMT", 10}, {"efLoop", 10},
+        {"PREP_createRCD", 2},   {"PREP_integFill", 2},
+    };
+    return vPhases;
+}
+
+const std::vector<PhaseWeight>& densityPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"CL_eres", 3}, {"SM_run", 3}, {"CL_creb", 3}};
+    return vPhases;
+}
+
+ProgressTree::ProgressTree(const std::string& name, const std::vector<PhaseWeight>& vPhases)
+    : bOwner(getRootProgress()->getName() == "empty")
+{
+    if (!bOwner)
+        return;
+    Progress* pRoot = getRootProgress();
+    pRoot->clear();
+    pRoot->setName(name);
+    for (const PhaseWeight& phase : vPhases)
+        pRoot->createChild(phase.name, phase.weight);
+}
+
+ProgressTree::~ProgressTree()
+{
+    if (bOwner)
+        getRootProgress()->clear();
+}
+
+void ProgressTree::finish()
+{
+    if (!bOwner)
+        return;
+    getRootProgress()->finish(true);
+    getRootProgress()->clear();
+    bOwner = false;
+}
+
+} // namespace TESK_ZAN

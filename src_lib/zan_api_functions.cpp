@@ -1,0 +1,148 @@
+#include "zan_api_functions.h"
+
+#include "CloudMgr.h"
+#include "Hal.h"
+#include "Progress.h"
+#include "RMesh.h"
+#include "TaskPool.h"
+#include "messages.h"
+#include "progressTrees.h"
+#include "sampleScan.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <ostream>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr int VERSION_MAJOR = 1;
+constexpr int VERSION_MINOR = 17;
+constexpr double UNUSED_SPACING = -1.0;
+
+std::shared_ptr<Mesh> reconstruct(const std::vector<Point3>& vPoints, double spacingAbs, double spacingFactor,
+                                  int fillSize)
+{
+    ProgressTree tree("Reconstruct", reconstructPhases());
+    std::shared_ptr<Mesh> pMesh;
+    {
+        CloudMgr cldMgr; // before the Hal, which reads the cloud's Calc to its end
+        cldMgr.inputPointsViaMemory(vPoints, spacingAbs, spacingFactor, false, nullptr, fillSize);
+        Hal hal(&cldMgr);
+        pMesh = hal.reconstruct();
+    }
+    tree.finish();
+    return pMesh;
+}
+
+} // namespace
+
+std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spacingFactor, int fillSize)
+{
+    return reconstruct(vPoints, UNUSED_SPACING, spacingFactor, fillSize);
+}
+
+std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs, int fillSize)
+{
+    return reconstruct(vPoints, spacingAbs, UNUSED_SPACING, fillSize);
+}
+
+double estimateAvgSpacing(std::vector<Point3>& vPoints)
+{
+    ProgressTree tree("Density Estimation", densityPhases());
+    CloudMgr cldMgr;
+    const double spacing = cldMgr.inputPointsViaMemory(vPoints, UNUSED_SPACING, 1.0, false, nullptr, -1);
+    tree.finish();
+    return spacing;
+}
+
+void autoOffset(std::vector<Point3>& vPoints, double& x, double& y, double& z)
+{
+    double low[3] = {DBL_MAX, DBL_MAX, DBL_MAX};
+    double high[3] = {-DBL_MAX, -DBL_MAX, -DBL_MAX};
+    for (const Point3& p : vPoints) {
+        const double c[3] = {p.x(), p.y(), p.z()};
+        if (!std::isfinite(c[0]) || !std::isfinite(c[1]) || !std::isfinite(c[2]))
+            continue;
+        for (int axis = 0; axis < 3; ++axis) {
+            low[axis] = std::min(low[axis], c[axis]);
+            high[axis] = std::max(high[axis], c[axis]);
+        }
+    }
+    double offset[3] = {0.0, 0.0, 0.0};
+    for (int axis = 0; axis < 3; ++axis)
+        if (low[axis] <= high[axis])
+            offset[axis] = low[axis] + 0.5 * (high[axis] - low[axis]);
+    x = offset[0];
+    y = offset[1];
+    z = offset[2];
+    for (Point3& p : vPoints)
+        p.set(p.x() - x, p.y() - y, p.z() - z);
+}
+
+void findHoles(std::shared_ptr<Mesh> pMesh)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return;
+    }
+    writeHolesScene(*pMesh);
+}
+
+void setGlobalNumCPU(int numCPU)
+{
+    if (numCPU < 0) {
+        ZAN_WARNING("numCPU<0 not used");
+        return;
+    }
+    setNumCPU(numCPU);
+}
+
+void subscribe(ProgressBase* p)
+{
+    if (p == nullptr)
+        return;
+    Progress* pProgress = getRootProgress();
+    zanAssertText(pProgress != nullptr, "pProgress!=0");
+    pProgress->setSubscriber(p);
+}
+
+void destroySingletons()
+{
+    getTaskPool(true);
+}
+
+void getVersion(int& major, int& minor)
+{
+    major = VERSION_MAJOR;
+    minor = VERSION_MINOR;
+}
+
+void printVersion()
+{
+    messageStream() << "ZAN, version " << VERSION_MAJOR << '.' << (VERSION_MINOR < 10 ? "0" : "")
+                    << VERSION_MINOR << '\n'
+                    << std::flush;
+}
+
+bool isRelease()
+{
+    return false;
+}
+
+void setMessageStream(std::ostream* p)
+{
+    redirectMessages(p);
+}
+
+void sampleScan(std::vector<Point3>& vPoints)
+{
+    makeSampleScan(vPoints);
+}
+
+} // namespace TESK_ZAN

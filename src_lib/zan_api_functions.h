@@ -1,0 +1,126 @@
+// Subsystem: run (public interface). Builds on: the other public headers. Used by: hosts; this include is
+// enough. The exported calls of zan, version 1.17: points in, a triangle mesh out, and the files around it.
+//
+// Threads: a call runs on the caller's thread and uses a pool of workers inside (setGlobalNumCPU). Calls on
+// several host threads may run at once. The same input gives the same result, bit for bit, for any number of
+// threads. Failures: bad input gives a warning and an empty result. A failed internal condition writes a
+// report and throws ZanBugException. Either way the library stays usable, and nothing of the call is left
+// behind. Cancelling: throw from your ProgressBase::progressChanged; the exception comes out of the call.
+// Messages go to the standard output, a few to the standard error stream, unless setMessageStream is called.
+#pragma once
+
+#include "Mesh.h"
+#include "Point3.h"
+#include "ProgressBase.h"
+#include "Vector3.h"
+#include "fileTypes.h"
+#include "zan_export.h"
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+// --- Reconstruction
+// -------------------------------------------------------------------------------------------
+
+// Rebuilds a triangle mesh from an unorganised point cloud; needs no normals. Open borders stay open. Colours
+// of the points become colours of the vertices.
+//   vPoints        not changed. Points with a coordinate that is not finite are left out, with a warning.
+//   spacingFactor  cell size as a multiple of the detected spacing, above 0. 1.0 keeps the finest detail;
+//   noisy
+//                  clouds are better served by 1.5 to 3.
+//   fillSize       gaps up to about this many cells are bridged; 0 or less leaves every gap as it is. Runs
+//   take
+//                  longer the larger it is; 2 to 5 mends an uneven scan, 20 closes occlusion holes.
+// Result: empty when nothing could be built (no points, all in one place, cell size out of range); a mesh of
+// no triangles is possible too. Factors that are not above 0 throw ZanBugException, as do spacings so fine
+// that the extent of the cloud takes more than two million cells.
+// Cost: O(n log n) in time, below 1 KB of memory a point.
+ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spacingFactor,
+                                                  int fillSize);
+
+// The same with a given cell size, in units of the input, above 0. Use about the distance between
+// neighbouring points, or a little more.
+ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs,
+                                                 int fillSize);
+
+// --- Looking at points and meshes
+// -----------------------------------------------------------------------------
+
+// The average spacing of a surface sample as reconstruct_auto detects it, in units of the input; -1.0 when
+// the points give none. Costs as much as the intake of a reconstruction.
+ZAN_EXPORT double estimateAvgSpacing(std::vector<Point3>& vPoints);
+
+// Moves the points so that the centre of their bounding box is the origin; x, y, z receive what was
+// subtracted. Colours stay. An empty set gives 0. Points that are not finite do not count for the box.
+ZAN_EXPORT void autoOffset(std::vector<Point3>& vPoints, double& x, double& y, double& z);
+
+// Writes the mesh in white and its border edges in red into the Geomview scene "holes.list" in the current
+// folder.
+ZAN_EXPORT void findHoles(std::shared_ptr<Mesh> pMesh);
+
+// --- Files
+// ---------------------------------------------------------------------------------------------------- All
+// readers append to vPoints, and leave it as it was when they return false. The type goes by the extension,
+// see fileTypes.h. Each says on the message stream what was wrong.
+
+// .ply, .xyz/.txt/.asc or .bin, by extension.
+ZAN_EXPORT bool readPoints_auto(std::string& name, std::vector<Point3>& vPoints);
+
+// One point a line, three numbers at its start, in the classic locale; what follows them is ignored, lines
+// that do not start with three numbers are skipped. True if the file could be opened, even without points.
+ZAN_EXPORT bool readPoints_ASCII(const char* name, std::vector<Point3>& vPoints);
+
+// Little-endian: int32 typ (30: x y z, 20: x y), uint64 number of points, doubles. No colours.
+ZAN_EXPORT bool readPoints_BIN(const char* name, std::vector<Point3>& vPoints);
+
+// The corners of an ASCII STL, three a triangle. True if the file could be opened.
+ZAN_EXPORT bool readSTL_ASCII(const char* name, std::vector<Point3>& vPoints);
+
+// PLY, text or binary of either byte order. bPointsOnly: the vertices; otherwise three corners a face, from
+// faces of exactly three indices named "vertex_indices". Colours need red, green, blue and alpha (or
+// scalar_Intensity); they are scaled to 0..255, and used only if vPoints was empty before.
+ZAN_EXPORT bool readPly(const char* name, bool bPointsOnly, std::vector<Point3>& vPoints);
+
+// By extension: PLY, ASCII, BIN, or a Geomview scene. Any other writes "zan_output_bin.ply" and returns
+// false. bAscii is for PLY. False also when the file could not be written whole.
+ZAN_EXPORT bool writePoints_auto(std::string& name, std::vector<Point3>& vPoints, bool bAscii);
+ZAN_EXPORT bool writePoints_ASCII(const char* name, const std::vector<Point3>& vPoints); // 18 digits
+ZAN_EXPORT bool writePoints_BIN(const char* name, std::vector<Point3>& vPoints);
+ZAN_EXPORT bool writePointsPly(const std::string& name, std::vector<Point3>& vPoints, bool bAscii); // floats
+
+// By extension: STL (text), PLY, or a Geomview scene. Any other writes "zan_output.ply".
+// Beware: for PLY bAscii is reversed, true gives the binary form. Hosts rely on it, so it stays.
+ZAN_EXPORT bool writeMesh_auto(const std::string& name, std::shared_ptr<Mesh> pMesh, bool bAscii);
+
+// --- Service
+// --------------------------------------------------------------------------------------------------
+
+// Worker threads from the next parallel step on, in the whole process; 0: as many as the hardware has.
+ZAN_EXPORT void setGlobalNumCPU(int numCPU);
+
+// p hears of the progress of all later calls on this thread, until it is destroyed; null is ignored.
+ZAN_EXPORT void subscribe(ProgressBase* p);
+
+// Ends the worker threads; the next call that needs some starts new ones.
+ZAN_EXPORT void destroySingletons();
+
+ZAN_EXPORT void getVersion(int& major, int& minor); // 1 and 17
+ZAN_EXPORT void printVersion();
+ZAN_EXPORT bool isRelease();
+
+// --- Extensions of version 1.17
+// -------------------------------------------------------------------------------
+
+// Sends all messages of the library to p; null silences it. p must outlive its use. In the whole process.
+ZAN_EXPORT void setMessageStream(std::ostream* p);
+
+// Appends the built-in sample: a closed, coloured, scan-like surface of about 100,000 points with a little
+// noise and a few occlusion gaps; the same points everywhere.
+ZAN_EXPORT void sampleScan(std::vector<Point3>& vPoints);
+
+} // namespace TESK_ZAN
