@@ -1,0 +1,201 @@
+// Subsystem: real mesh. Builds on: REdge, RTriangle, RPatch, CMesh. Used by: Hal, Mesh, flips, reduction,
+// writers. The triangle mesh on real coordinates: what a run ends with and all later optimisation works on.
+#pragma once
+
+#include "PointVertexMap.h"
+#include "REdge.h"
+#include "RPatch.h"
+#include "RTriangle.h"
+#include "RVertex.h"
+#include "definitions.h"
+#include "tesk_tools/FlatMap.h"
+#include "tesk_tools/SimplePool.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class CMesh;
+class Progress;
+class Visualizer3;
+
+// Owns its vertices, edges, triangles and patches; they refer to each other by plain pointers, which stay
+// valid as long as the mesh. A vertex is a Point3*, and identity is that of the pointer. Nothing is erased
+// during a run: a triangle dies by a flag, an edge by losing its last triangle, and every walk tests isAlive.
+//
+// Invariants, by the numbers under which checkDataStructures reports them:
+//   1. Each entry of mPointVertex is found at its own position, and no two vertices have the same position.
+//   2. Each triangle in the list of a vertex is alive and has that vertex as a corner.
+//   3. The endpoints of an edge differ and ascend by number. A dead edge that can still be looked up stands
+//   in
+//      mDeadRE under the numbers of its endpoints; an alive edge is not there.
+//   4. Each triangle that is checked in on an edge has both endpoints and has that edge in the slot opposite
+//   its
+//      third corner; the third corners differ pairwise (twins break this until killDuplicateTriangles).
+//   5. For each alive triangle, edge i has the corners other than i, and each corner lists the triangle.
+//
+// An edge is looked up through the triangles at the endpoint that has fewer of them, which costs no memory;
+// only dead edges need a map. No lock: changes come from one thread, and readers may run in parallel between
+// them (RTriangle::getNNV fills a cache, so it is no reader).
+class RMesh
+{
+public:
+    // --- RMesh_takeover.cpp ---
+
+    // One vertex for each bundle, by ascending code, colour included; then the alive triangles in their order
+    // and with their orientation. The CMesh is only read. Each corner must have a bundle. Two bundles at one
+    // position both get a vertex: the later one moves by the smallest representable step, so that positions
+    // stay unique.
+    explicit RMesh(CMesh* pCMesh);
+
+    // --- RMesh.cpp: construction and change ---
+
+    // An empty mesh; fill it by createVtx and createT. cellSize: the length scale of later optimisation.
+    explicit RMesh(double cellSize);
+    ~RMesh();
+    RMesh(const RMesh&) = delete;
+    RMesh& operator=(const RMesh&) = delete;
+
+    // Makes room; one call before the first creation saves all growth. Numbers that turn out too low do no
+    // harm.
+    void reserve(size_t numVtx, size_t numT);
+
+    // The vertex at these coordinates, made if there is none (a copy of p, colour included). If one exists:
+    // null with bFailIfExisting, else the existing one.
+    Point3* createVtx(const Point3& p, bool bFailIfExisting);
+    Point3* createVtx(double x, double y, double z, bool bFailIfExisting);
+
+    // An alive triangle with these corners, which must be three different vertices of this mesh. O(degree).
+    RTriangle* createT(Point3* p0, Point3* p1, Point3* p2);
+
+    // Moves all triangles of pSrc onto pTrg: the collapse of the edge between them if there is one (its
+    // triangles die), else a weld. Edges that meet an edge of pTrg are merged into it. Orientation is kept;
+    // triangles that become twins stay. pSrc keeps its place and has no triangles any more.
+    void exchangeCorner(Point3* pSrc, Point3* pTrg);
+
+    // Moves a vertex; its colour stays. newPoint must differ from its position, and no vertex may stand there
+    // (hasVtx).
+    void updateVertex(Point3* pVtx, const Point3& newPoint);
+
+    // --- RMesh.cpp: queries ---
+
+    // The edge of the pair, in either order; null if there is none. A dead edge is returned too.
+    REdge* getRE(const Point3* p0, const Point3* p1) const;
+    bool hasAliveEdge(const Point3* p0, const Point3* p1) const;
+    bool hasVtx(const Point3& p) const { return mPointVertex.find(p) != nullptr; }
+
+    void getIncidentT(const Point3* pVtx, std::vector<RTriangle*>& vOut) const; // appends, in insertion order
+    void getIncidentRE(const Point3* pVtx, std::vector<REdge*>& vRE) const;     // alive, by number; replaces
+    void getRingVtx(const Point3* pVtx, std::vector<Point3*>& vP) const;        // by number; replaces
+    void getRingRE(const Point3* pVtx, std::vector<REdge*>& vRE) const;         // one per triangle; appends
+    int getCommonRingRE(const Point3* p0, const Point3* p1) const; // the number of common ring edges
+    void getAdjacentT(const Point3* p0, const Point3* p1, std::vector<RTriangle*>& vRT) const; // appends
+
+    // Appends the edges by degree, in order of creation: deg >= 0 exactly this degree, -1 above 2, -99 all
+    // alive.
+    void getDegN(int deg, std::vector<REdge*>& vRE) const;
+
+    void getPoints(std::vector<Point3*>& vP) const; // vertices with triangles, by number; vP must be empty
+    void getTriangles(std::vector<RTriangle*>& vRT) const;    // appends the alive ones, in order of creation
+    void getCornerVtx(std::vector<Point3*>& vP) const;        // appends three per alive triangle
+    void getCornerPoints(std::vector<Point3>& vPoints) const; // appends three per alive triangle
+    size_t getNumT() const;                                   // alive ones; one pass
+
+    // As Mesh::getVertexIndexData. Both must be empty. Linear.
+    void getVertexIndexData(std::vector<Point3*>& vVertices, std::vector<int>& vIndices) const;
+
+    double getAverageEdgeLength() const; // over alive edges; -1.0 if there is none
+    double getCellSize() const { return dCellSize; }
+    bool hasColor() const; // true as soon as one corner of one alive triangle has a colour
+
+    size_t getNumVtx() const { return vVtx.size(); } // all ever made: the numbers run from 0 to here
+    const std::vector<REdge*>& getAllRE() const { return vRE; }         // dead ones included, by creation
+    const std::vector<RTriangle*>& getAllT() const { return vT; }       // dead ones included, by creation
+    const std::vector<Point3*>& getZeroVtx() const { return vZeroVtx; } // by number
+    const std::vector<std::unique_ptr<RPatch>>& getPatches() const { return vRP; }
+
+    // The fans at a vertex: its triangles, grouped by connection over edges of degree 2. If one fan is not
+    // closed: a warning, and a single fan with all triangles. vvRT is replaced.
+    void getUmbrellas(const Point3* pCenter, std::vector<std::vector<RTriangle*>>& vvRT) const;
+
+    // --- RMesh_cleaning.cpp ---
+
+    // Collapses an edge of each triangle that is flat at corner 0 (isFlatAngle), by the choice that turns
+    // other triangles least, until none is left; then killDuplicateTriangles. Progress "RM_kdeg".
+    void killDegenerate();
+
+    // Kills the later one of two triangles over one edge with the same third corner. Returns the number of
+    // findings; a pair of twins is found once per edge.
+    size_t killDuplicateTriangles();
+
+    // Groups the triangles by connection over edges of degree 2 and orients each group from its first
+    // triangle outward; a Moebius band stays as it falls. Returns the number of patches. Progress "RM_cpo".
+    size_t createPatchesOrient();
+
+    // --- RMesh_checks.cpp ---
+
+    // Tests the invariants. Prints what is broken and returns false, or prints "survived".
+    bool checkDataStructures(const std::string& name) const;
+
+    // True if no edge has two triangles with the same third corner. Silent without a name.
+    bool checkNoDups(const std::string& name) const;
+
+    // True if no alive triangle is degenerate. Silent without a name. bWriteScene: writes those that are to
+    // the debug scene "degenerateT.list".
+    bool checkNoDegenerate(const std::string& name, bool bWriteScene = false) const;
+
+    // The number of triangles and a histogram of the edge degrees, as a message.
+    void printStatistics(const std::string& name) const;
+
+    // All alive triangles as one object; bNormals adds their normals; bEdges adds the edges of degree 1, 3, 4
+    // and higher, each in its colour.
+    void writeToScene(Visualizer3& visualizer, const std::string& color, bool bNormals, bool bEdges) const;
+
+private:
+    friend class REdge;
+    friend class RTriangle;
+
+    // RMesh.cpp
+    Point3* newVtx(const Point3& p); // not yet in mPointVertex
+    REdge* getOrCreateRE(Point3* p0, Point3* p1);
+    REdge* findAliveRE(const Point3* p0, const Point3* p1) const;
+    void unregisterTriangle(RTriangle* pRT);
+    void parkDeadEdge(REdge* pRE);
+    void moveEdge(REdge* pRE, Point3* pSrc, Point3* pTrg);
+    void replaceEdge(REdge* pRE, REdge* pExistingRE);
+    void resetNNVs(const Point3* pVtx);
+    bool growFan(RTriangle* pSeed, const Point3* pCenter, std::vector<RTriangle*>& vAvailT,
+                 std::vector<RTriangle*>& vFan) const;
+
+    // RMesh_takeover.cpp
+    void takeOverVertices(CMesh* pCMesh, std::vector<u64>& vCCD);
+    void takeOverTriangles(CMesh* pCMesh, const std::vector<u64>& vCCD);
+    void insertNudged(Point3* pVtx);
+
+    // RMesh_cleaning.cpp
+    bool findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const;
+    void growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& vQueue, Progress* pProgress);
+
+    std::vector<Point3*> vZeroVtx; // vertices at the zero codes, by number: what smoothZeros moves
+    PointVertexMap mPointVertex;   // every vertex, by its position
+    TESK_TOOLS::FlatMap<u64, REdge*, TESK_TOOLS::U64Hash>
+        mDeadRE;                              // dead edges, by the numbers of the endpoints
+    std::vector<RVertex*> vVtx;               // every vertex, by number
+    std::vector<RTriangle*> vT;               // every triangle ever made, by number
+    std::vector<REdge*> vRE;                  // every edge ever made, by number
+    std::vector<std::unique_ptr<RPatch>> vRP; // the patches of the last patch stage
+    TESK_TOOLS::SimplePool<RVertex> vtxPool;
+    TESK_TOOLS::SimplePool<RTriangle> rtPool;
+    TESK_TOOLS::SimplePool<REdge> rePool;
+    double dCellSize;
+};
+
+// Writes the mesh in white and its edges of degree 1 in red to the scene "holes.list" in the working folder.
+// Null: a warning, no file.
+void writeHolesScene(const RMesh* pRMesh);
+
+} // namespace TESK_ZAN
