@@ -1,0 +1,17 @@
+// Subsystem: run. Builds on: Mesh, fileTypes, messages. Used by: hosts.
+// A finished mesh into a file of the kind that its name asks for. Contract: zan_api_functions.h.
+#pragma once
+
+#include "zan_export.h"
+
+#include <memory>
+#include <string>
+
+namespace TESK_ZAN
+{
+
+class Mesh;
+
+ZAN_EXPORT bool writeMesh_auto(const std::string& name, std::shared_ptr<Mesh> pMesh, bool bAscii);
+
+} // namespace TESK_ZAN
