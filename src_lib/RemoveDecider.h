@@ -1,0 +1,34 @@
+// Subsystem: grid. Builds on: RCDStore, removalRules, Calc. Used by: Voro, the wings.
+// The removal rule on a set of cells that is named by CCDs, one cell at a time.
+#pragma once
+
+#include "RCDStore.h"
+#include "definitions.h"
+
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class Calc;
+
+// The rule and its answers are those of RemoveDeciderFast with borders that stay. Used on one thread.
+class RemoveDecider
+{
+public:
+    // The cells are copied, in any order. pCalc is not owned. Linear.
+    RemoveDecider(const std::vector<u64>& vCCD, const Calc* pCalc);
+
+    bool exists(u64 ccd) const;
+
+    // True if the cell exists, is no border cell, and opens no gap when it goes.
+    bool mayRemove(u64 ccd) const;
+
+    // Removes the cell whatever the rule says; nothing happens if it is not there.
+    void remove(u64 ccd);
+
+private:
+    RCDStore rcdStore;
+};
+
+} // namespace TESK_ZAN
