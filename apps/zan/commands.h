@@ -1,0 +1,11 @@
+// The subcommands. Each addX defines its options on the program and what happens when it is chosen; that work
+// reports trouble by throwing CommandError.
+#pragma once
+
+namespace CLI
+{
+class App;
+}
+
+void addReconstruct(CLI::App& program);
+void addInfo(CLI::App& program);

@@ -1,0 +1,70 @@
+// zan: the command line of the library. Parses, runs one subcommand, turns every failure into a text on the
+// error stream and an exit code.
+#include "CommandError.h"
+#include "commands.h"
+
+#include <zan/zan_api_functions.h>
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <new>
+
+namespace
+{
+
+std::string versionText()
+{
+    int major = 0;
+    int minor = 0;
+    TESK_ZAN::getVersion(major, minor);
+    return "zan " + std::to_string(major) + "." + std::to_string(minor);
+}
+
+int fail(ExitCode code, const std::string& what)
+{
+    std::cerr << "zan: " << what << std::endl;
+    return static_cast<int>(code);
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App program("Triangle meshes from point clouds.", "zan");
+    program.set_version_flag("--version", versionText());
+    program.require_subcommand(1);
+    program.footer("Exit codes: 0 done, 1 nothing came out of the input, 2 usage, 3 trouble with a file,\n"
+                   "4 internal failure.");
+    addReconstruct(program);
+    addInfo(program);
+
+    try {
+        program.parse(argc, argv); // runs the chosen subcommand
+    } catch (const CLI::ParseError& error) {
+        const bool bAskedFor = program.exit(error) == 0; // --help and --version arrive here too
+        return static_cast<int>(bAskedFor ? ExitCode::Done : ExitCode::Usage);
+    }
+    return static_cast<int>(ExitCode::Done);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    TESK_ZAN::setMessageStream(&std::cerr); // the standard output carries results only
+    try {
+        return run(argc, argv);
+    } catch (const CommandError& error) {
+        return fail(error.code, error.what());
+    } catch (const TESK_ZAN::ZanBugException&) {
+        return fail(
+            ExitCode::InternalFailure,
+            "the library stopped at a condition that does not hold, see its report above. If a warning "
+            "before it names a spacing that would fit, use that with --spacing; otherwise please report "
+            "it with the input.");
+    } catch (const std::bad_alloc&) {
+        return fail(ExitCode::InternalFailure,
+                    "out of memory. Larger cells need less: try a larger --spacing or --spacing-factor.");
+    } catch (const std::exception& error) {
+        return fail(ExitCode::InternalFailure, std::string("unexpected failure: ") + error.what());
+    }
+}

@@ -1,0 +1,102 @@
+#include "meshFigures.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+using TESK_ZAN::Point3;
+
+namespace
+{
+
+using Triangle = std::array<std::size_t, 3>; // of vertex numbers
+
+bool isFinite(const Point3& p)
+{
+    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+}
+
+// Numbers the places, equal ones alike; a triangle with a corner that is nowhere is left out.
+std::vector<Triangle> weld(const std::vector<Point3>& vCorners, MeshFigures& figures)
+{
+    std::vector<Point3> vPlaces;
+    vPlaces.reserve(vCorners.size());
+    std::copy_if(vCorners.begin(), vCorners.end(), std::back_inserter(vPlaces), isFinite);
+    std::sort(vPlaces.begin(), vPlaces.end());
+    vPlaces.erase(std::unique(vPlaces.begin(), vPlaces.end()), vPlaces.end());
+    figures.numVertices = vPlaces.size();
+
+    std::vector<Triangle> vTriangles;
+    vTriangles.reserve(vCorners.size() / 3);
+    for (std::size_t first = 0; first + 2 < vCorners.size(); first += 3) {
+        ++figures.numTriangles;
+        Triangle triangle{};
+        bool bProper = true;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const Point3& corner = vCorners[first + k];
+            bProper = bProper && isFinite(corner);
+            const auto place = std::lower_bound(vPlaces.begin(), vPlaces.end(), corner);
+            triangle[k] = static_cast<std::size_t>(place - vPlaces.begin());
+        }
+        if (bProper && triangle[0] != triangle[1] && triangle[1] != triangle[2] && triangle[2] != triangle[0])
+            vTriangles.push_back(triangle);
+        else
+            ++figures.numDegenerate;
+    }
+    return vTriangles;
+}
+
+void countEdges(const std::vector<Triangle>& vTriangles, MeshFigures& figures)
+{
+    std::vector<std::pair<std::size_t, std::size_t>> vSides; // lower vertex first, once per triangle
+    vSides.reserve(3 * vTriangles.size());
+    for (const Triangle& t : vTriangles) {
+        for (std::size_t k = 0; k < 3; ++k)
+            vSides.push_back(std::minmax({t[k], t[(k + 1) % 3]}));
+    }
+    std::sort(vSides.begin(), vSides.end());
+    for (auto side = vSides.begin(); side != vSides.end();) {
+        const auto next = std::find_if(side, vSides.end(), [&](const auto& other) { return other != *side; });
+        ++figures.numEdges;
+        figures.numBorder += next - side == 1 ? 1 : 0;
+        figures.numNonManifold += next - side > 2 ? 1 : 0;
+        side = next;
+    }
+}
+
+// Union-find over the vertices; path halving keeps the chains short.
+void countComponents(const std::vector<Triangle>& vTriangles, MeshFigures& figures)
+{
+    std::vector<std::size_t> vParent(figures.numVertices);
+    std::iota(vParent.begin(), vParent.end(), std::size_t{0});
+    const auto rootOf = [&vParent](std::size_t v) {
+        while (vParent[v] != v)
+            v = vParent[v] = vParent[vParent[v]];
+        return v;
+    };
+
+    for (const Triangle& t : vTriangles) {
+        for (std::size_t k = 1; k < 3; ++k) {
+            const auto [low, high] = std::minmax({rootOf(t[0]), rootOf(t[k])});
+            vParent[high] = low;
+        }
+    }
+    // The lowest vertex of a component is its root; a vertex that no proper triangle uses is none.
+    std::vector<char> vUsed(figures.numVertices, 0);
+    for (const Triangle& t : vTriangles)
+        vUsed[rootOf(t[0])] = 1;
+    figures.numComponents = static_cast<std::size_t>(std::count(vUsed.begin(), vUsed.end(), 1));
+}
+
+} // namespace
+
+MeshFigures figuresOf(const std::vector<Point3>& vCorners)
+{
+    MeshFigures figures;
+    const std::vector<Triangle> vTriangles = weld(vCorners, figures);
+    countEdges(vTriangles, figures);
+    countComponents(vTriangles, figures);
+    return figures;
+}
