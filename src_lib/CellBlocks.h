@@ -1,69 +1,170 @@
-// Subsystem: mesh on codes. Builds on: definitions. Used by: Voro.
-// A set of cells as blocks of bits, and the configurations of all cubes that touch it, in order of their
-// keys.
+// Subsystem: grid. Builds on: definitions, FlatMap.
+// Used by: Prepare.
+// A sparse lattice of cells in blocks of 8x8x8, one bit per cell. Unlike RCDStore it holds many sets (layers)
+// over the same blocks, works on 64 cells at a time where it can, and numbers the cells of a set, so that
+// records of cells can stand in flat arrays.
 #pragma once
 
 #include "definitions.h"
+#include "tesk_tools/FlatMap.h"
 
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace TESK_ZAN
 {
 
-// Holds 4x4x4 cells in one word; a sheet of cells takes about 1.5 bytes a cell where a list of (cube, cell)
-// pairs takes 128. Bit i of a block is the cell whose six low code bits are i, so blocks and bits both ascend
-// with the codes. Immutable between calls of build.
+// The cells of one block. Bit 8*y+z of word[x] is the cell (x, y, z) of the block, so bits ascend as RCDs do.
+struct CellBits {
+    u64 word[8] = {};
+
+    bool any() const;
+    size_t count() const;
+};
+
+// A place in the lattice: block number * 512 + number of the cell in its block (64*x + 8*y + z).
+// Positions ascend with the creation of blocks, not with the codes.
+using CellPos = u64;
+constexpr CellPos NO_CELL = ~u64{0};
+
+// A set of cells: the bits of each block of one CellBlocks. A layer knows the blocks that existed when it was
+// last sized; CellBlocks::fit brings it up to date.
+class CellLayer
+{
+public:
+    bool test(CellPos pos) const { return (vBits[pos >> 9].word[(pos >> 6) & 7] >> (pos & 63)) & 1; }
+    void set(CellPos pos) { vBits[pos >> 9].word[(pos >> 6) & 7] |= u64{1} << (pos & 63); }
+    void clear(CellPos pos) { vBits[pos >> 9].word[(pos >> 6) & 7] &= ~(u64{1} << (pos & 63)); }
+
+    CellBits& operator[](size_t block) { return vBits[block]; }
+    const CellBits& operator[](size_t block) const { return vBits[block]; }
+    size_t numBlocks() const { return vBits.size(); }
+    void resize(size_t numBlocks) { vBits.resize(numBlocks); }
+    size_t count() const; // O(blocks)
+
+    // Calls f(pos) for each cell, positions ascending. f may clear cells that were already visited.
+    template <class F>
+    void forEach(F f) const
+    {
+        for (size_t block = 0; block < vBits.size(); ++block)
+            for (size_t x = 0; x < 8; ++x)
+                for (u64 rest = vBits[block].word[x]; rest != 0; rest &= rest - 1)
+                    f(CellPos{block << 9 | x << 6 | static_cast<u64>(std::countr_zero(rest))});
+    }
+
+private:
+    std::vector<CellBits> vBits;
+};
+
+// The blocks themselves: who lies where, and beside whom. Blocks are created on demand and never removed.
+// 150 bytes a block, 64 more for each layer.
 class CellBlocks
 {
 public:
-    // Takes the cells over, which must be sorted and unique. No cell may lie at the high end of an axis of
-    // the lattice of numLevels levels: condition "false", as its cubes would lie outside.
-    void build(const std::vector<u64>& vCCD_srt, int numLevels);
+    static constexpr std::uint32_t NO_BLOCK = 0xffffffff;
+    static constexpr int CENTRE = 13;
 
-    // Calls f(key, config) for each cube with at least one occupied cell, keys ascending. The cell bits of a
-    // config are those of Calc::completeCubeMembers8.
-    template <class F>
-    void forEachCube(F f) const;
+    // Makes room for what numCells cells of a surface need.
+    void reserve(size_t numCells);
+    size_t numBlocks() const { return vCorner.size(); }
+    void fit(CellLayer& layer) const { layer.resize(numBlocks()); }
 
-    // The configuration of the cube with this key, 0 if none of its cells is occupied. O(log cells).
-    int getConfig(u64 key) const;
+    // The position of a cell; touch creates the block, find gives NO_CELL where there is none.
+    CellPos touch(u64 rcd);
+    CellPos find(u64 rcd) const;
+
+    u64 getRCD(CellPos pos) const
+    {
+        return vCorner[pos >> 9] | (pos >> 6 & 7) * RCD_STEP_X | (pos >> 3 & 7) * RCD_STEP_Y | (pos & 7);
+    }
+
+    // The neighbour in direction dir27 = (dz+1)*9 + (dy+1)*3 + (dx+1), or NO_CELL where no block exists.
+    CellPos step(CellPos pos, int dir27) const
+    {
+        const unsigned target = STEPS[pos & 511][static_cast<size_t>(dir27)];
+        const std::uint32_t block = vNeigs[pos >> 9][target >> 9];
+        return block == NO_BLOCK ? NO_CELL : CellPos{block} << 9 | (target & 511);
+    }
+
+    // Which cells of the 3x3x3 block around pos stand in the layer: bit dir27 for each, bit 13 for pos.
+    std::uint32_t getConfiguration(const CellLayer& layer, CellPos pos) const;
+
+    // The cells of a block whose six face neighbours all stand in the layer.
+    CellBits getInner(const CellLayer& layer, size_t block) const;
+
+    // Adds all cells within numRings 6-steps of the layer; creates the blocks for them, never beyond the
+    // lattice. Stops early, after a whole ring, once the layer has more than maxCells cells.
+    // Gives the number of rings grown. Cost follows the blocks of each ring.
+    int grow6(CellLayer& layer, int numRings, size_t maxCells);
 
 private:
-    struct Block {
-        u64 code; // the codes of the cells, without the six low bits
-        u64 bits;
-    };
+    struct Growth;
+    std::uint32_t touchBlock(u64 corner);
+    void spread(Growth& growth, std::uint32_t block);
 
-    // The occupancy that the cubes of one block of keys see: word i has bit k set if member i of the cube
-    // with key number k is occupied.
-    using MemberWords = std::array<u64, 8>;
+    // For each cell of a block and each direction: block direction << 9 | cell.
+    static const std::array<std::array<std::uint16_t, 27>, 512> STEPS;
 
-    const Block* findBlock(u64 code) const;
-    MemberWords collectMembers(u64 keyBlock) const;
-
-    std::vector<Block> vBlocks;  // ascending
-    std::vector<u64> vKeyBlocks; // ascending: the blocks in which keys of touched cubes lie
+    TESK_TOOLS::FlatMap<u64, std::uint32_t, TESK_TOOLS::U64Hash> mCorner2Block;
+    std::vector<u64> vCorner;                          // RCD of each block's lowest cell
+    std::vector<std::array<std::uint32_t, 27>> vNeigs; // by dir27; the centre entry is the block itself
 };
 
-template <class F>
-void CellBlocks::forEachCube(F f) const
+// Numbers the cells of a layer from 0 in ascending position, for flat arrays of records. Becomes invalid when
+// the layer changes. 20 bytes a block.
+class CellRanks
 {
-    for (const u64 keyBlock : vKeyBlocks) {
-        const MemberWords words = collectMembers(keyBlock);
-        u64 touched = 0;
-        for (const u64 word : words)
-            touched |= word;
-        for (; touched != 0; touched &= touched - 1) {
-            const u64 k = u64(std::countr_zero(touched));
-            int config = 0;
-            for (int i = 0; i < 8; ++i)
-                config |= int(words[std::size_t(i)] >> k & 1) << i;
-            f(keyBlock << 6 | k, config);
-        }
+public:
+    explicit CellRanks(const CellLayer& layer);
+
+    size_t size() const { return numCells; }
+
+    // The number of a cell, which must stand in the layer.
+    size_t operator()(CellPos pos) const
+    {
+        const Entry& entry = vEntries[pos >> 9];
+        const size_t x = pos >> 6 & 7;
+        const u64 below = pLayer->operator[](pos >> 9).word[x] & ((u64{1} << (pos & 63)) - 1);
+        return entry.first + entry.before[x] + static_cast<size_t>(std::popcount(below));
     }
-}
+
+private:
+    struct Entry {
+        std::uint32_t first;                 // cells in earlier blocks
+        std::array<std::uint16_t, 8> before; // cells in earlier words of the block
+    };
+    const CellLayer* pLayer; // not owned
+    std::vector<Entry> vEntries;
+    size_t numCells = 0;
+};
+
+// Finds the small connected components of a layer without walking the large ones more than once.
+// The layer must not change while the object lives.
+class SmallComponents
+{
+public:
+    enum class Neighbourhood { FACES, ALL };
+
+    // Components of more than maxCells cells are large.
+    SmallComponents(const CellBlocks& blocks, const CellLayer& layer, Neighbourhood neighbourhood,
+                    size_t maxCells);
+
+    // If pos stands in a small component that was not delivered yet, replaces vPos by its cells, in order of
+    // discovery, and gives true.
+    bool next(CellPos pos, std::vector<CellPos>& vPos);
+
+private:
+    bool visitNeigs(CellPos pos, std::vector<CellPos>& vPos);
+
+    const CellBlocks& blocks;
+    const CellLayer& layer;
+    const std::vector<int> vDirs;
+    const size_t maxCells;
+    CellLayer seen;  // cells of delivered components and of the current one
+    CellLayer large; // cells known to belong to a large component
+};
 
 } // namespace TESK_ZAN

@@ -1,9 +1,9 @@
-// Subsystem: mesh on codes. Builds on: Casx, CMesh, CellBlocks, RemoveDecider, Progress. Used by: Hal, Top,
+// Subsystem: mesh on codes. Builds on: Casx, CMesh, CubeBlocks, RemoveDecider, Progress. Used by: Hal, Top,
 // melt. Surface extraction: turns the set of occupied cells into the first CMesh, cube by cube.
 #pragma once
 
 #include "Casx.h"
-#include "CellBlocks.h"
+#include "CubeBlocks.h"
 #include "definitions.h"
 
 #include <map>
@@ -81,7 +81,7 @@ private:
     std::unique_ptr<CMesh> pMeshOwned;  // until getCMesh hands it over
     CMesh* pMesh = nullptr;             // the same mesh, also afterwards
     std::vector<u64> vCCD;              // ascending
-    CellBlocks cellBlocks;              // the cells of vCCD
+    CubeBlocks cubeBlocks;              // the cells of vCCD
     Casx casx;
 };
 
