@@ -76,7 +76,7 @@ private:
     void setEndpoints(Point3* p0, Point3* p1);
     void checkIn(RTriangle* pRT) { vRT.push_back(pRT); }
     void checkOut(const RTriangle* pRT); // the last triangle takes the place of pRT
-    bool canSplitAt(const RTriangle* pRT, Point3* pApex, const std::vector<Point3*>& vRingVtx) const;
+    bool canSplitAt(RTriangle* pRT, Point3* pApex, const std::vector<Point3*>& vRingVtx) const;
 
     TESK_TOOLS::SmallVector<RTriangle*, 2> vRT;
     Point3* aEndpoints[2]; // ascending by number

@@ -54,15 +54,12 @@ public:
 
     // --- RMesh.cpp: construction and change ---
 
-    // An empty mesh; fill it by createVtx and createT. cellSize: the length scale of later optimisation.
-    explicit RMesh(double cellSize);
+    // An empty mesh; fill it by createVtx and createT. cellSize: the length scale of later optimisation. The
+    // counts that are expected save growth; wrong ones do no harm.
+    explicit RMesh(double cellSize, size_t numVtxExpected = 3, size_t numTExpected = 3);
     ~RMesh();
     RMesh(const RMesh&) = delete;
     RMesh& operator=(const RMesh&) = delete;
-
-    // Makes room; one call before the first creation saves all growth. Numbers that turn out too low do no
-    // harm.
-    void reserve(size_t numVtx, size_t numT);
 
     // The vertex at these coordinates, made if there is none (a copy of p, colour included). If one exists:
     // null with bFailIfExisting, else the existing one.
@@ -165,11 +162,9 @@ private:
     REdge* findAliveRE(const Point3* p0, const Point3* p1) const;
     void unregisterTriangle(RTriangle* pRT);
     void parkDeadEdge(REdge* pRE);
+    REdge* takeDeadRE(const Point3* p0, const Point3* p1);
     void moveEdge(REdge* pRE, Point3* pSrc, Point3* pTrg);
     void replaceEdge(REdge* pRE, REdge* pExistingRE);
-    void resetNNVs(const Point3* pVtx);
-    bool growFan(RTriangle* pSeed, const Point3* pCenter, std::vector<RTriangle*>& vAvailT,
-                 std::vector<RTriangle*>& vFan) const;
 
     // RMesh_takeover.cpp
     void takeOverVertices(CMesh* pCMesh, std::vector<u64>& vCCD);
@@ -195,7 +190,6 @@ private:
 };
 
 // Writes the mesh in white and its edges of degree 1 in red to the scene "holes.list" in the working folder.
-// Null: a warning, no file.
-void writeHolesScene(const RMesh* pRMesh);
+void writeHolesScene(const RMesh& mesh);
 
 } // namespace TESK_ZAN
