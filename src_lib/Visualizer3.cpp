@@ -21,33 +21,35 @@ namespace
 
 constexpr int SCENE_PRECISION = 15;
 
-constexpr std::array<const char*, 27> SCENE_COLORS = {"1 0 0 0.5",
-                                                      "0 1 0 0.5",
-                                                      "0 0.2 .85 0.5",
-                                                      "1 1 0 0.5",
-                                                      "0.1 0.1 0.1 0.5",
-                                                      "0.823 0.705 0.549 0.5",
-                                                      "0.545 0.271 0.074 0.5",
-                                                      "1 0.627 0 0.5",
-                                                      "0.627 0.125 0.941 0.5",
-                                                      ".745 .745 .745 0.5",
-                                                      ".645 .645 .645 0.5",
-                                                      "0 0.70 .9 0.5",
-                                                      "1 0.411 0.705 0.5",
-                                                      "1 1 1 0.5",
-                                                      ".86 .08 .24 0.5",
-                                                      "1 .55 0 0.5",
-                                                      ".85 .65 .13 0.5",
-                                                      ".5 .5 .0 0.5",
-                                                      "0.49\t0.99 0.00 0.5",
-                                                      "0.68 1.00 0.18 0.5",
-                                                      "0.60\t0.98 0.60 0.5",
-                                                      "0.00 0.98 0.60 0.5",
-                                                      "0.13 0.70 0.67 0.5",
-                                                      "0.00 1.00 1.00 0.5",
-                                                      "0.27 0.51 0.71 0.5",
-                                                      "0.10 0.10 0.44 0.5",
-                                                      "0.96 0.87 0.7 0.5"};
+constexpr std::array<const char*, 27> SCENE_COLORS = {
+    "1 0 0 0.5",
+    "0 1 0 0.5",
+    "0 0.2 .85 0.5",
+    "1 1 0 0.5",
+    "0.1 0.1 0.1 0.5",
+    "0.823 0.705 0.549 0.5",
+    "0.545 0.271 0.074 0.5",
+    "1 0.627 0 0.5",
+    "0.627 0.125 0.941 0.5",
+    ".745 .745 .745 0.5",
+    ".645 .645 .645 0.5",
+    "0 0.70 .9 0.5",
+    "1 0.411 0.705 0.5",
+    "1 1 1 0.5",
+    ".86 .08 .24 0.5",
+    "1 .55 0 0.5",
+    ".85 .65 .13 0.5",
+    ".5 .5 .0 0.5",
+    "0.49\t0.99 0.00 0.5",
+    "0.68 1.00 0.18 0.5",
+    "0.60\t0.98 0.60 0.5",
+    "0.00 0.98 0.60 0.5",
+    "0.13 0.70 0.67 0.5",
+    "0.00 1.00 1.00 0.5",
+    "0.27 0.51 0.71 0.5",
+    "0.10 0.10 0.44 0.5",
+    "0.96 0.87 0.7 0.5",
+};
 
 constexpr int DARK = 4; // the colour of normals
 
@@ -68,8 +70,8 @@ std::vector<const Point3*> pointersTo(const std::vector<Point3>& vPoints)
 
 // ---- the file
 
-Visualizer3::Visualizer3(const std::string& name_, const Calc* pCalc_, bool bAuthorized_)
-    : pCalc(pCalc_), bAuthorized(bAuthorized_), name(name_)
+Visualizer3::Visualizer3(const std::string& name_, const Calc* pCalc_, bool bAuthorized)
+    : pCalc(pCalc_), name(name_)
 {
     if (!bAuthorized)
         messageStream() << "Unauthorized write of " << name << std::endl;
@@ -180,7 +182,7 @@ void Visualizer3::writePoints(const std::vector<const Point3*>& vPoints, int siz
     if (!bOpen)
         return;
     if (vPoints.empty()) {
-        zanWarning("", "Visualizer3::writePoints: no points");
+        ZAN_WARNING("Visualizer3::writePoints: no points");
         return;
     }
     const bool bVertexColors = color == VERTEXCOLORS;

@@ -33,7 +33,7 @@ public:
     // pCalc is not owned and may be null: only the operations on grid codes need it. bAuthorized tells that a
     // caller asked for this file; false is a failed condition and no file is made, so that debug scenes are
     // no part of an ordinary run. An existing file is overwritten.
-    Visualizer3(const std::string& name_, const Calc* pCalc_, bool bAuthorized_);
+    Visualizer3(const std::string& name_, const Calc* pCalc_, bool bAuthorized);
     ~Visualizer3() override; // closes the scene
 
     bool isOpen() const { return bOpen; }
@@ -102,7 +102,6 @@ private:
 
     bool bEdges = true;
     const Calc* pCalc;
-    bool bAuthorized;
     bool bOpen = false;
     std::string name;
 };
