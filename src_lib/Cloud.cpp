@@ -156,7 +156,7 @@ bool Cloud::readPoints(const std::string& fileName, std::vector<Point3>& vRead)
         zanAssert(bMelt);
         if (!(spacingAbs > 0))
             messageStream() << "\nFor an STL provide also the -a option please\n";
-        zanAssert(spacingAbs > 0);
+        zanAssertText(spacingAbs > 0, "spacingAbs>0");
         bRead = readSTL_ASCII(fileName.c_str(), vRead);
     } else if (type == FT_PLY) {
         bRead = readPly(fileName.c_str(), true, vRead);
@@ -284,7 +284,7 @@ bool Cloud::detectSpacing()
 void Cloud::warnOfOutliers(u64 numCoarseCells) const
 {
     constexpr u64 MANY_POINTS = 1000;
-    constexpr u64 POINTS_PER_COARSE_CELL = 200; // a clean surface has 16 to 64
+    constexpr u64 POINTS_PER_COARSE_CELL = 200; // a clean surface has 5 to 40
     if (numPoints > MANY_POINTS && numPoints > POINTS_PER_COARSE_CELL * numCoarseCells)
         ZAN_WARNING("the detected spacing " + toText(detectedSpacing) + " rests on " +
                     std::to_string(numCoarseCells) + " coarse cells for " + std::to_string(numPoints) +
@@ -293,7 +293,7 @@ void Cloud::warnOfOutliers(u64 numCoarseCells) const
 
 bool Cloud::createCalc()
 {
-    zanAssert(usedSpacing > 0);
+    zanAssertText(usedSpacing > 0, "usedSpacing>0");
     const double extent = maxExtent();
     const double numReqC = std::ceil(extent / usedSpacing) + MARGIN_CELLS;
     int baseLevel = std::isfinite(numReqC) ? static_cast<int>(std::log2(numReqC)) + 1 : DBL_MAX_EXP;
@@ -305,7 +305,7 @@ bool Cloud::createCalc()
     if (numCReal < numReqC)
         ZAN_ERROR("a spacing of " + toText(usedSpacing) + " is too fine for an extent of " + toText(extent) +
                   ": use a spacing of at least " + toText(1.001 * extent / (MAX_GRID_CELLS - MARGIN_CELLS)));
-    zanAssert(numCReal >= numReqC);
+    zanAssertText(numCReal >= numReqC, "numCReal>=numReqC");
     const double side = numCReal * usedSpacing;
     for (int axis = 0; axis < 3; ++axis) {
         boxMin[axis] -= usedSpacing * 0.5 * MARGIN_CELLS;
