@@ -109,13 +109,18 @@ bool growFan(RTriangle* pSeed, const Point3* pCenter, AvailableT& availT, std::v
 } // namespace
 
 RMesh::RMesh(double cellSize, size_t numVtxExpected, size_t numTExpected)
-    : vtxPool(poolSize(numVtxExpected), -1), rtPool(poolSize(numTExpected), -1),
-      rePool(poolSize(numREExpected(numTExpected)), -1), dCellSize(cellSize)
+    : RMesh(cellSize, numVtxExpected, numTExpected, numREExpected(numTExpected))
 {
-    vVtx.reserve(numVtxExpected);
-    vT.reserve(numTExpected);
-    vRE.reserve(numREExpected(numTExpected));
-    mPointVertex.reserve(numVtxExpected);
+}
+
+RMesh::RMesh(double cellSize, size_t numVtx, size_t numT, size_t numRE)
+    : vtxPool(poolSize(numVtx), -1), rtPool(poolSize(numT), -1), rePool(poolSize(numRE), -1),
+      dCellSize(cellSize)
+{
+    vVtx.reserve(numVtx);
+    vT.reserve(numT);
+    vRE.reserve(numRE);
+    mPointVertex.reserve(numVtx);
 }
 
 RMesh::~RMesh()

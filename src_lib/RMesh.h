@@ -156,6 +156,9 @@ private:
     friend class REdge;
     friend class RTriangle;
 
+    // All construction ends here; counts that are expected.
+    RMesh(double cellSize, size_t numVtx, size_t numT, size_t numRE);
+
     // RMesh.cpp
     Point3* newVtx(const Point3& p); // not yet in mPointVertex
     REdge* getOrCreateRE(Point3* p0, Point3* p1);
@@ -167,13 +170,20 @@ private:
     void replaceEdge(REdge* pRE, REdge* pExistingRE);
 
     // RMesh_takeover.cpp
-    void takeOverVertices(CMesh* pCMesh, std::vector<u64>& vCCD);
-    void takeOverTriangles(CMesh* pCMesh, const std::vector<u64>& vCCD);
-    void insertNudged(Point3* pVtx);
+    void takeOverVertices(const CMesh* pCMesh, std::vector<u64>& vCCD);
+    void takeOverTriangles(const CMesh* pCMesh, const std::vector<u64>& vCCD);
+    void insertMovingAside(Point3* pVtx);
 
     // RMesh_cleaning.cpp
     bool findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const;
     void growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& vQueue, Progress* pProgress);
+
+    // RMesh_checks.cpp
+    std::string findBrokenPosition() const;
+    std::string findBrokenIncidence() const;
+    std::string findBrokenKey() const;
+    std::string findBrokenEdge() const;
+    std::string findBrokenTriangle() const;
 
     std::vector<Point3*> vZeroVtx; // vertices at the zero codes, by number: what smoothZeros moves
     PointVertexMap mPointVertex;   // every vertex, by its position

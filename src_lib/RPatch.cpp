@@ -67,4 +67,20 @@ void RPatch::setBoundary()
     }
 }
 
+void RPatch::showDeg(Visualizer3* pVisualizer) const
+{
+    constexpr int MAX_SHOWN = 4;
+    constexpr int aColorByDegree[MAX_SHOWN + 1] = {0, 0, 1, 8, 11}; // indices of scene colours; 0 is not used
+    std::vector<REdge*> vRE;
+    getAllRE(vRE);
+    for (const REdge* pRE : vRE) {
+        const int degree = pRE->getDegree();
+        if (degree > MAX_SHOWN)
+            ZAN_WARNING("Huh, degree=" + std::to_string(degree));
+        else
+            pVisualizer->writeSegment(*pRE->getVtx0(), *pRE->getVtx1(), 1,
+                                      Visualizer3::getSceneColor(aColorByDegree[degree]));
+    }
+}
+
 } // namespace TESK_ZAN

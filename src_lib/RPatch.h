@@ -27,6 +27,7 @@ public:
 
     int getId() const { return id; }
     bool isAlive() const { return bAlive; }
+    RMesh* getRMesh() const { return pRMesh; }
     size_t getNumAliveT() const;
 
     // The members, dead ones included, by creation number. The first call after an addition sorts.

@@ -1,0 +1,140 @@
+#include "RMesh.h"
+
+#include "Bundle.h"
+#include "CMesh.h"
+#include "CTriangle.h"
+#include "Calc.h"
+#include "stageTrace.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+size_t countAlive(const std::vector<CTriangle*>& vCT)
+{
+    return static_cast<size_t>(
+        std::count_if(vCT.begin(), vCT.end(), [](const CTriangle* pCT) { return pCT->isAlive(); }));
+}
+
+size_t countAlive(const std::vector<CEdge*>& vCE)
+{
+    return static_cast<size_t>(
+        std::count_if(vCE.begin(), vCE.end(), [](const CEdge* pCE) { return pCE->getDegree() > 0; }));
+}
+
+// Finds codes in a sorted list without repetitions. Corners that come one after the other lie near each other
+// in space, and so mostly in the list: the search widens from the last hit.
+class CodeFinder
+{
+public:
+    explicit CodeFinder(const std::vector<u64>& vCCD_) : vCCD(vCCD_) {}
+
+    // The index of the code, which must be in the list.
+    size_t find(u64 ccd)
+    {
+        zanAssert(!vCCD.empty());
+        size_t low = 0;
+        size_t high = vCCD.size();
+        if (vCCD[last] <= ccd) {
+            low = last;
+            for (size_t step = 1; step < vCCD.size() - low; step *= 2) {
+                if (vCCD[low + step] > ccd) {
+                    high = low + step;
+                    break;
+                }
+                low += step;
+            }
+        } else {
+            high = last;
+            for (size_t step = 1; step <= high; step *= 2) {
+                if (vCCD[high - step] <= ccd) {
+                    low = high - step;
+                    break;
+                }
+                high -= step;
+            }
+        }
+        const auto begin = vCCD.begin();
+        const auto pos = std::lower_bound(begin + static_cast<std::ptrdiff_t>(low),
+                                          begin + static_cast<std::ptrdiff_t>(high), ccd);
+        zanAssert(pos != vCCD.end() && *pos == ccd);
+        last = static_cast<size_t>(pos - begin);
+        return last;
+    }
+
+private:
+    const std::vector<u64>& vCCD;
+    size_t last = 0;
+};
+
+// The next larger number on the axis where the position is largest, so that the step is not lost beside the
+// other two.
+void moveBySmallestStep(Point3& p)
+{
+    constexpr double UP = std::numeric_limits<double>::infinity();
+    double aCoords[3] = {p.x(), p.y(), p.z()};
+    double* pLargest = std::max_element(aCoords, aCoords + 3,
+                                        [](double a, double b) { return std::fabs(a) < std::fabs(b); });
+    *pLargest = std::nextafter(*pLargest, UP);
+    zanAssert(std::isfinite(*pLargest));
+    p.set(aCoords[0], aCoords[1], aCoords[2]);
+}
+
+} // namespace
+
+RMesh::RMesh(CMesh* pCMesh)
+    : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), countAlive(pCMesh->getT()),
+            countAlive(pCMesh->getE()))
+{
+    const StageTimer stage("RM_takeover");
+    std::vector<u64> vCCD; // of the vertices, by number
+    takeOverVertices(pCMesh, vCCD);
+    takeOverTriangles(pCMesh, vCCD);
+}
+
+// The map runs by ascending code, so vertex numbers do too, and all vertices get into the pool's first block.
+void RMesh::takeOverVertices(const CMesh* pCMesh, std::vector<u64>& vCCD)
+{
+    const std::vector<u64>& vZeroCCD = pCMesh->getZeroCCD();
+    auto zeroPos = vZeroCCD.begin();
+    vCCD.reserve(pCMesh->getBundles().size());
+    for (const auto& [ccd, pBundle] : pCMesh->getBundles()) {
+        Point3* pVtx = newVtx(*pBundle->pVtx);
+        insertMovingAside(pVtx);
+        vCCD.push_back(ccd);
+        while (zeroPos != vZeroCCD.end() && *zeroPos < ccd) // both ascend
+            ++zeroPos;
+        if (zeroPos != vZeroCCD.end() && *zeroPos == ccd)
+            vZeroVtx.push_back(pVtx);
+    }
+}
+
+// Vertices with one position would be one vertex to everything that looks up by position.
+void RMesh::insertMovingAside(Point3* pVtx)
+{
+    while (!mPointVertex.insert(pVtx))
+        moveBySmallestStep(*pVtx);
+}
+
+void RMesh::takeOverTriangles(const CMesh* pCMesh, const std::vector<u64>& vCCD)
+{
+    CodeFinder finder(vCCD);
+    const auto vtxAt = [&](u64 ccd) { return &vVtx[finder.find(ccd)]->point; };
+    for (const CTriangle* pCT : pCMesh->getT()) {
+        if (!pCT->isAlive())
+            continue;
+        Point3* p0 = vtxAt(pCT->getC0());
+        Point3* p1 = vtxAt(pCT->getC1());
+        Point3* p2 = vtxAt(pCT->getC2());
+        createT(p0, p1, p2);
+    }
+}
+
+} // namespace TESK_ZAN
