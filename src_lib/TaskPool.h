@@ -73,18 +73,19 @@ private:
 
     void enqueue(Task task);
     void grow(size_t n);
+    void shrink(size_t n);
     void joinRetired(bool bAll);
     void workerLoop(int id, const std::atomic<bool>& flagStop);
-    bool takeTask(Task& task);
-    bool waitForTask(Task& task, const std::atomic<bool>& flagStop);
+    bool nextTask(Task& task, const std::atomic<bool>& flagStop);
 
     std::vector<Worker> vWorkers;
     std::vector<Worker> vRetired; // told to end by resize, not yet joined
     std::deque<Task> queue;
-    bool isDone = false; // drain the queue, then end
+    std::atomic<bool> isDone{false}; // drain the queue, then end; changes under both locks
     std::atomic<int> nWaiting{0};
-    mutable std::mutex lock;       // guards queue, isDone, vWorkers and vRetired
-    mutable std::mutex resizeLock; // one resize at a time; taken before lock
+    bool bRefused = false;   // the system gave fewer threads than asked for, and that was said
+    mutable std::mutex lock; // guards queue, isDone and vWorkers; waiting workers look at them under it
+    std::mutex resizeLock;   // guards vRetired and bRefused: one resize at a time; taken before lock
     std::condition_variable condition;
     const int layer;
 };
