@@ -1,0 +1,282 @@
+// The command line program, run as a user runs it: arguments in, exit code, streams and files out.
+#include "helpers/tempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <numbers>
+#include <sstream>
+
+#include <sys/wait.h>
+
+using zan_test::TempDir;
+
+namespace
+{
+
+struct Outcome {
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+// Each test has a folder "dir" for its files and another one for the streams of the program.
+class Cli : public testing::Test
+{
+protected:
+    Outcome zan(const std::string& arguments)
+    {
+        const std::string command = std::string("cd '") + dir.path() + "' && '" ZAN_PROGRAM "' " + arguments +
+                                    " > '" + streams.file("out") + "' 2> '" + streams.file("err") + "'";
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.read("out"), streams.read("err")};
+    }
+
+    // An even sphere as a text file in the folder; returns the name.
+    std::string writeSphere(const std::string& name, int numPoints = 2000)
+    {
+        std::ostringstream text;
+        text.precision(17);
+        for (int i = 0; i < numPoints; ++i) {
+            const double z = 1.0 - (2.0 * i + 1.0) / numPoints;
+            const double angle = i * std::numbers::pi * (3.0 - std::sqrt(5.0));
+            const double ring = std::sqrt(1.0 - z * z);
+            text << ring * std::cos(angle) << ' ' << ring * std::sin(angle) << ' ' << z << '\n';
+        }
+        dir.write(name, text.str());
+        return name;
+    }
+
+    // A text PLY of the given vertices and faces of three indices.
+    void writePly(const std::string& name, const std::vector<std::string>& vVertices,
+                  const std::vector<std::string>& vFaces)
+    {
+        std::ostringstream text;
+        text << "ply\nformat ascii 1.0\nelement vertex " << vVertices.size()
+             << "\nproperty float x\nproperty float y\nproperty float z\nelement face " << vFaces.size()
+             << "\nproperty list uchar uint vertex_indices\nend_header\n";
+        for (const std::string& vertex : vVertices)
+            text << vertex << '\n';
+        for (const std::string& face : vFaces)
+            text << "3 " << face << '\n';
+        dir.write(name, text.str());
+    }
+
+    // The value behind a label of the report, empty without that label.
+    static std::string valueOf(const std::string& label, const std::string& report)
+    {
+        std::istringstream lines(report);
+        for (std::string line; std::getline(lines, line);) {
+            if (line.rfind(label + " ", 0) == 0 && line.find_first_not_of(' ', label.size()) >= 20)
+                return line.substr(line.find_first_not_of(' ', label.size()));
+        }
+        return {};
+    }
+
+    TempDir dir;
+    TempDir streams;
+};
+
+} // namespace
+
+// --- reconstruct: what comes out ---
+
+TEST_F(Cli, ReconstructWritesABinaryPlyUnlessAskedForText)
+{
+    writeSphere("in.xyz");
+    ASSERT_EQ(zan("reconstruct in.xyz binary.ply").code, 0);
+    ASSERT_EQ(zan("reconstruct in.xyz text.ply --ascii").code, 0);
+    EXPECT_EQ(dir.read("binary.ply").rfind("ply\nformat binary_little_endian 1.0\n", 0), 0U);
+    EXPECT_EQ(dir.read("text.ply").rfind("ply\nformat ascii 1.0\n", 0), 0U);
+}
+
+TEST_F(Cli, ReconstructReportsWhatItDid)
+{
+    writeSphere("in.xyz");
+    const Outcome outcome = zan("reconstruct in.xyz out.ply");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("points", outcome.out), "2000");
+    EXPECT_EQ(valueOf("written to", outcome.out), "out.ply");
+    for (const char* label : {"detected spacing", "triangles", "time", "peak memory"})
+        EXPECT_NE(valueOf(label, outcome.out), "") << label;
+}
+
+TEST_F(Cli, ReconstructTakesTheGivenCellSize)
+{
+    writeSphere("in.xyz");
+    const Outcome outcome = zan("reconstruct in.xyz out.stl --spacing 0.25");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("cell size", outcome.out), "0.25");
+    EXPECT_EQ(dir.read("out.stl").rfind("solid", 0), 0U);
+}
+
+TEST_F(Cli, QuietSaysNothingWhenAllGoesWell)
+{
+    writeSphere("in.xyz");
+    const Outcome outcome = zan("reconstruct in.xyz out.ply --quiet");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+TEST_F(Cli, BuiltInSampleNeedsNoFile)
+{
+    const Outcome outcome = zan("reconstruct artificial123.xyz out.ply");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_GT(std::stoi("0" + valueOf("triangles", outcome.out)), 100000);
+}
+
+TEST_F(Cli, ThreadsDoNotChangeAByte)
+{
+    writeSphere("in.xyz", 20000);
+    ASSERT_EQ(zan("reconstruct in.xyz one.ply --threads 1").code, 0);
+    for (const char* num : {"2", "3", "8"}) {
+        ASSERT_EQ(zan(std::string("reconstruct in.xyz more.ply --threads ") + num).code, 0);
+        EXPECT_TRUE(dir.read("one.ply") == dir.read("more.ply")) << num << " threads";
+    }
+}
+
+TEST_F(Cli, NoProgressBarWhereNobodyLooks)
+{
+    writeSphere("in.xyz");
+    EXPECT_EQ(zan("reconstruct in.xyz out.ply").err.find('\r'), std::string::npos);
+}
+
+// --- reconstruct: what goes wrong. The exit code tells the kind, an old output survives, nothing is left
+// over.
+
+TEST_F(Cli, FailuresHaveTheirExitCodes)
+{
+    writeSphere("in.xyz");
+    dir.write("one.xyz", "1 2 3\n");
+    dir.write("words.xyz", "no numbers here\n");
+    dir.write("broken.ply", "ply\nformat ascii 1.0\nelement vertex 5\nproperty float x\n");
+    dir.write("soup.stl", "solid x\nendsolid x\n");
+
+    EXPECT_EQ(zan("reconstruct one.xyz out.ply").code, 1) << "one point gives no surface";
+    EXPECT_EQ(zan("reconstruct words.xyz out.ply").code, 1) << "no points";
+    EXPECT_EQ(zan("").code, 2) << "no subcommand";
+    EXPECT_EQ(zan("reconstruct in.xyz").code, 2) << "no output";
+    EXPECT_EQ(zan("reconstruct in.xyz out.obj").code, 2) << "ending of the output";
+    EXPECT_EQ(zan("reconstruct in.xyz out.xyz").code, 2) << "points are no mesh";
+    EXPECT_EQ(zan("reconstruct in.foo out.ply").code, 2) << "ending of the input";
+    EXPECT_EQ(zan("reconstruct soup.stl out.ply").code, 2) << "triangles are no points";
+    EXPECT_EQ(zan("reconstruct gone.xyz out.ply").code, 3) << "no such input";
+    EXPECT_EQ(zan("reconstruct broken.ply out.ply").code, 3) << "input cut off";
+    EXPECT_EQ(zan("reconstruct in.xyz gone/out.ply").code, 3) << "no such folder";
+    EXPECT_EQ(zan("reconstruct in.xyz out.ply --spacing 1e-9").code, 4) << "too fine for the grid";
+    EXPECT_FALSE(std::filesystem::exists(dir.file("out.ply")));
+}
+
+TEST_F(Cli, ValuesThatMakeNoSenseAreRefused)
+{
+    writeSphere("in.xyz");
+    for (const char* option : {"--spacing 0", "--spacing -1", "--spacing nan", "--spacing inf", "--spacing x",
+                               "--spacing-factor 0", "--spacing 0.1 --spacing-factor 2", "--fill -1",
+                               "--fill 1.5", "--threads -1", "--unknown"})
+        EXPECT_EQ(zan(std::string("reconstruct in.xyz out.ply ") + option).code, 2) << option;
+}
+
+TEST_F(Cli, FailureKeepsTheOldOutputAndLeavesNothingBehind)
+{
+    writeSphere("in.xyz");
+    dir.write("one.xyz", "1 2 3\n");
+    dir.write("out.ply", "precious");
+    for (const char* arguments : {"one.xyz out.ply", "gone.xyz out.ply", "in.xyz out.ply --spacing 1e-9",
+                                  "in.xyz out.ply --spacing nan"}) {
+        EXPECT_NE(zan(std::string("reconstruct ") + arguments).code, 0) << arguments;
+        EXPECT_EQ(dir.read("out.ply"), "precious") << arguments;
+        EXPECT_EQ(dir.numFiles(), 3U) << arguments;
+    }
+    ASSERT_EQ(zan("reconstruct in.xyz out.ply").code, 0);
+    EXPECT_NE(dir.read("out.ply"), "precious");
+    EXPECT_EQ(dir.numFiles(), 3U);
+}
+
+TEST_F(Cli, OutputBehindALinkIsReplacedAndTheLinkStays)
+{
+    writeSphere("in.xyz");
+    dir.write("real.ply", "old");
+    std::filesystem::create_symlink("real.ply", dir.file("link.ply"));
+    ASSERT_EQ(zan("reconstruct in.xyz link.ply").code, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.file("link.ply")));
+    EXPECT_NE(dir.read("real.ply"), "old");
+}
+
+TEST_F(Cli, QuietStillShowsTheMessagesOfAFailure)
+{
+    dir.write("one.xyz", "1 2 3\n");
+    const Outcome outcome = zan("reconstruct one.xyz out.ply --quiet");
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_NE(outcome.err.find("[ZAN Message]"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("zan: "), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+}
+
+// --- info ---
+
+TEST_F(Cli, InfoOfACloudTellsCountBoxAndSpacing)
+{
+    writeSphere("in.xyz");
+    const Outcome outcome = zan("info in.xyz");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("kind", outcome.out), "point cloud");
+    EXPECT_EQ(valueOf("points", outcome.out), "2000");
+    EXPECT_EQ(valueOf("coloured", outcome.out), "0");
+    EXPECT_EQ(valueOf("z", outcome.out), "-0.9995 to 0.9995, extent 1.999");
+    EXPECT_NEAR(std::stod("0" + valueOf("estimated spacing", outcome.out)), 0.08, 0.04);
+}
+
+TEST_F(Cli, InfoOfOnePointHasNoSpacingAndDoesNotFail)
+{
+    dir.write("one.xyz", "1 2 3\n");
+    const Outcome outcome = zan("info one.xyz");
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("estimated spacing", outcome.out), "none");
+}
+
+TEST_F(Cli, InfoOfAMeshCountsEdgesByDegreeAndComponents)
+{
+    // Three triangles on one edge, and a tetrahedron apart from them.
+    writePly("mesh.ply", {"0 0 0", "1 0 0", "0 1 0", "0 -1 0", "0 0 1", "9 0 0", "8 0 0", "8 1 0", "8 0 1"},
+             {"0 1 2", "0 1 3", "0 1 4", "5 6 7", "5 7 8", "5 8 6", "6 8 7"});
+    const Outcome outcome = zan("info mesh.ply");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("vertices", outcome.out), "9");
+    EXPECT_EQ(valueOf("triangles", outcome.out), "7");
+    EXPECT_EQ(valueOf("degenerate", outcome.out), "0");
+    EXPECT_EQ(valueOf("edges", outcome.out), "13");
+    EXPECT_EQ(valueOf("border edges", outcome.out), "6");
+    EXPECT_EQ(valueOf("non-manifold edges", outcome.out), "1");
+    EXPECT_EQ(valueOf("components", outcome.out), "2");
+}
+
+TEST_F(Cli, InfoOfATriangleWithEqualCornersCallsItDegenerate)
+{
+    writePly("mesh.ply", {"0 0 0", "1 0 0", "0 0 0"}, {"0 1 2"});
+    const Outcome outcome = zan("info mesh.ply");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("degenerate", outcome.out), "1");
+    EXPECT_EQ(valueOf("components", outcome.out), "0");
+}
+
+TEST_F(Cli, InfoOfItsOwnMeshAgreesWithTheReportOfTheRun)
+{
+    writeSphere("in.xyz");
+    const Outcome made = zan("reconstruct in.xyz out.ply");
+    ASSERT_EQ(made.code, 0) << made.err;
+    const Outcome seen = zan("info out.ply");
+    ASSERT_EQ(seen.code, 0) << seen.err;
+    EXPECT_EQ(valueOf("triangles", seen.out), valueOf("triangles", made.out));
+    EXPECT_EQ(valueOf("degenerate", seen.out), "0");
+}
+
+TEST_F(Cli, VersionAndHelpAreNoFailures)
+{
+    const Outcome version = zan("--version");
+    EXPECT_EQ(version.code, 0);
+    EXPECT_EQ(version.out, "zan " ZAN_VERSION "\n");
+    for (const char* arguments : {"--help", "reconstruct --help", "info --help"})
+        EXPECT_EQ(zan(arguments).code, 0) << arguments;
+}

@@ -1,0 +1,154 @@
+// The library as a host meets it: the public headers and the shared library, nothing else.
+#include "helpers/tempDir.h"
+
+#include <zan/zan_api_functions.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <set>
+#include <sstream>
+
+using namespace TESK_ZAN;
+using zan_test::TempDir;
+
+namespace
+{
+
+// A unit sphere of even points whose colour tells the half: red above, blue below.
+std::vector<Point3> colouredSphere(int numPoints)
+{
+    std::vector<Point3> vPoints;
+    for (int i = 0; i < numPoints; ++i) {
+        const double z = 1.0 - (2.0 * i + 1.0) / numPoints;
+        const double angle = i * std::numbers::pi * (3.0 - std::sqrt(5.0));
+        const double ring = std::sqrt(1.0 - z * z);
+        Point3 point(ring * std::cos(angle), ring * std::sin(angle), z);
+        point.setColor(z > 0.0 ? 200 : 0, 0, z > 0.0 ? 0 : 200, 255);
+        vPoints.push_back(point);
+    }
+    return vPoints;
+}
+
+class Listener : public ProgressBase
+{
+public:
+    void progressChanged(const std::string& treeName, double fraction) override
+    {
+        names.insert(treeName);
+        last = fraction;
+        if (++numCalls == throwAtCall)
+            throw std::runtime_error("the host has had enough");
+    }
+
+    int throwAtCall = 0; // never
+    int numCalls = 0;
+    double last = 0.0;
+    std::set<std::string> names;
+};
+
+class Host : public testing::Test
+{
+protected:
+    Host() { setMessageStream(&messages); }
+    ~Host() override { setMessageStream(nullptr); }
+
+    std::ostringstream messages;
+    std::vector<Point3> vSphere = colouredSphere(3000);
+};
+
+} // namespace
+
+TEST_F(Host, VersionIsTheOneTheBuildIsNamedAfter)
+{
+    int major = 0;
+    int minor = 0;
+    getVersion(major, minor);
+    EXPECT_EQ(std::to_string(major) + "." + std::to_string(minor), ZAN_VERSION);
+}
+
+TEST_F(Host, MeshOfACloudHasItsPointsWithTheirColours)
+{
+    const std::shared_ptr<Mesh> pMesh = reconstruct_auto(vSphere, 1.0, 2);
+    ASSERT_NE(pMesh, nullptr);
+    EXPECT_GT(pMesh->getNumT(), 3000U);
+
+    std::vector<Point3*> vVertices;
+    pMesh->getPoints(vVertices);
+    ASSERT_FALSE(vVertices.empty());
+    std::sort(vSphere.begin(), vSphere.end());
+    for (const Point3* pVertex : vVertices) {
+        EXPECT_TRUE(pVertex->hasColor());
+        unsigned char r = 0, g = 0, b = 0, a = 0;
+        pVertex->getColor_255(r, g, b, a);
+        if (std::binary_search(vSphere.begin(), vSphere.end(), *pVertex))
+            EXPECT_EQ(r > b, pVertex->z() > 0.0);
+    }
+}
+
+TEST_F(Host, IndexedFormAgreesWithTheTriangles)
+{
+    const std::shared_ptr<Mesh> pMesh = reconstruct_auto(vSphere, 1.0, 2);
+    ASSERT_NE(pMesh, nullptr);
+    std::vector<Point3*> vVertices;
+    std::vector<int> vIndices;
+    std::vector<Point3*> vCorners;
+    pMesh->getVertexIndexData(vVertices, vIndices);
+    pMesh->getTriangles(vCorners);
+    ASSERT_EQ(vIndices.size(), vCorners.size());
+    for (std::size_t i = 0; i < vIndices.size(); ++i)
+        ASSERT_EQ(vVertices[std::size_t(vIndices[i])], vCorners[i]);
+}
+
+TEST_F(Host, SubscriberHearsTheRunToItsEnd)
+{
+    Listener listener;
+    subscribe(&listener);
+    ASSERT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
+    EXPECT_EQ(listener.names, std::set<std::string>{"Reconstruct"});
+    EXPECT_EQ(listener.last, 1.0);
+}
+
+TEST_F(Host, ThrowingFromTheSubscriberCancelsAndTheNextRunWorks)
+{
+    {
+        Listener impatient;
+        impatient.throwAtCall = 3;
+        subscribe(&impatient);
+        EXPECT_THROW(reconstruct_auto(vSphere, 1.0, 2), std::runtime_error);
+        EXPECT_EQ(impatient.numCalls, 3);
+    }
+    EXPECT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
+}
+
+TEST_F(Host, TheLibrarysExceptionCanBeCaughtByItsTypeOutsideOfIt)
+{
+    EXPECT_THROW(reconstruct_abs(vSphere, 0.0, 2), ZanBugException);
+    EXPECT_NE(messages.str().find("usedSpacing>0"), std::string::npos) << messages.str();
+}
+
+TEST_F(Host, EmptyCloudIsAWarningAndAnEmptyPointer)
+{
+    std::vector<Point3> vNone;
+    EXPECT_EQ(reconstruct_auto(vNone, 1.0, 2), nullptr);
+    EXPECT_NE(messages.str().find("Nothing to do for cloud "), std::string::npos) << messages.str();
+}
+
+TEST_F(Host, PointsSurviveATripThroughAFile)
+{
+    const TempDir dir;
+    std::string name = dir.file("points.bin");
+    ASSERT_TRUE(writePoints_auto(name, vSphere, false));
+    std::vector<Point3> vBack;
+    ASSERT_TRUE(readPoints_auto(name, vBack));
+    EXPECT_EQ(vBack, vSphere);
+}
+
+TEST_F(Host, RunsBeforeAndAfterTheWorkersWereShutDown)
+{
+    ASSERT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
+    destroySingletons();
+    EXPECT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
+}
