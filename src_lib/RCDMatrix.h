@@ -11,6 +11,15 @@
 namespace TESK_ZAN
 {
 
+// What to add to an RCD for the cell of each bit of a configuration: x fastest, entry 13 is 0. No range
+// check.
+constexpr std::array<u64, 27> RCD_OFFSETS_27 = [] {
+    std::array<u64, 27> offsets{};
+    for (u64 i = 0; i < 27; ++i)
+        offsets[i] = (i % 3 - 1) * RCD_STEP_X + (i / 3 % 3 - 1) * RCD_STEP_Y + (i / 9 - 1) * RCD_STEP_Z;
+    return offsets;
+}();
+
 // The occupancy is held in blocks of 8x8x8 cells (64 bytes, one cache line) that exist from the first cell
 // set in them on, so a lone cell costs 1.4 KB in place of 33 KB and a sheet about one byte a cell. The
 // neighbourhood of a cell is read as three 8x8 layers, most often from one block.
