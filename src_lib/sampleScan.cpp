@@ -65,6 +65,7 @@ struct Part {
     double rb;    // radius at b; of a ring: of the tube
     double blend; // width of the soft seam to the parts before it
     Colour colour;
+    bool bStripes;
 };
 
 // Radii change by at most a quarter of a bone's length, and blends keep the bound.
@@ -76,28 +77,29 @@ std::vector<Part> makeParts()
 {
     std::vector<Part> vParts;
     const auto bone = [&](Position a, Position b, double ra, double rb, double blend, const Colour& colour) {
-        vParts.push_back({Kind::BONE, a, b, ra, rb, blend, colour});
+        vParts.push_back({Kind::BONE, a, b, ra, rb, blend, colour, false});
     };
     const auto pair = [&](Position a, Position b, double ra, double rb, double blend, const Colour& colour) {
         bone(a, b, ra, rb, blend, colour);
         bone({-a.x, a.y, a.z}, {-b.x, b.y, b.z}, ra, rb, blend, colour);
     };
-    bone({0, 0, -0.47}, {0, 0.02, 0.03}, 0.47, 0.35, 0.05, FUR);                   // body
-    bone({-0.07, -0.04, 0.5}, {0.07, -0.04, 0.5}, 0.38, 0.38, 0.12, FUR);          // head
-    pair({0.29, -0.15, -0.74}, {0.42, -0.62, -0.8}, 0.22, 0.17, 0.08, FUR);        // legs
-    pair({0.42, -0.7, -0.81}, {0.44, -0.74, -0.66}, 0.18, 0.17, 0.08, FUR);        // feet
-    pair({0.34, -0.02, -0.02}, {0.57, -0.32, -0.32}, 0.15, 0.13, 0.06, FUR);       // arms
-    pair({0.31, 0.02, 0.83}, {0.32, 0.03, 0.84}, 0.16, 0.16, 0.05, FUR);           // ears
-    bone({0, 0.46, -0.72}, {0, 0.5, -0.7}, 0.15, 0.15, 0.06, FUR);                 // tail
-    bone({0, -0.15, -0.47}, {0, -0.14, -0.4}, 0.36, 0.36, 0.03, PALE);             // belly
-    bone({-0.03, -0.36, 0.42}, {0.03, -0.36, 0.42}, 0.18, 0.18, 0.05, PALE);       // muzzle
-    pair({0.32, -0.1, 0.835}, {0.32, -0.09, 0.84}, 0.085, 0.085, 0.02, ROSE);      // inner ears
-    pair({0.43, -0.83, -0.7}, {0.43, -0.83, -0.68}, 0.11, 0.11, 0.02, ROSE);       // soles
-    pair({0.59, -0.41, -0.4}, {0.59, -0.41, -0.39}, 0.075, 0.075, 0.02, ROSE);     // palms
-    bone({-0.035, -0.535, 0.49}, {0.035, -0.535, 0.49}, 0.052, 0.052, 0.01, DARK); // nose
-    pair({0.155, -0.4, 0.6}, {0.155, -0.4, 0.61}, 0.045, 0.045, 0.01, DARK);       // eyes
-    vParts.push_back({Kind::RING, {0, 0, 0.15}, {}, 0.33, 0.085, 0.015, SCARF});   // scarf
-    bone({0.17, -0.33, 0.11}, {0.24, -0.5, -0.2}, 0.075, 0.085, 0.015, SCARF);     // its end
+    bone({0, 0, -0.47}, {0, 0.02, 0.03}, 0.47, 0.35, 0.05, FUR);                       // body
+    bone({-0.07, -0.04, 0.5}, {0.07, -0.04, 0.5}, 0.38, 0.38, 0.12, FUR);              // head
+    pair({0.29, -0.15, -0.74}, {0.42, -0.62, -0.8}, 0.22, 0.17, 0.08, FUR);            // legs
+    pair({0.42, -0.7, -0.81}, {0.44, -0.74, -0.66}, 0.18, 0.17, 0.08, FUR);            // feet
+    pair({0.34, -0.02, -0.02}, {0.57, -0.32, -0.32}, 0.15, 0.13, 0.06, FUR);           // arms
+    pair({0.31, 0.02, 0.83}, {0.32, 0.03, 0.84}, 0.16, 0.16, 0.05, FUR);               // ears
+    bone({0, 0.46, -0.72}, {0, 0.5, -0.7}, 0.15, 0.15, 0.06, FUR);                     // tail
+    bone({0, -0.15, -0.47}, {0, -0.14, -0.4}, 0.36, 0.36, 0.03, PALE);                 // belly
+    bone({-0.03, -0.36, 0.42}, {0.03, -0.36, 0.42}, 0.18, 0.18, 0.05, PALE);           // muzzle
+    pair({0.32, -0.1, 0.835}, {0.32, -0.09, 0.84}, 0.085, 0.085, 0.02, ROSE);          // inner ears
+    pair({0.43, -0.83, -0.7}, {0.43, -0.83, -0.68}, 0.11, 0.11, 0.02, ROSE);           // soles
+    pair({0.59, -0.41, -0.4}, {0.59, -0.41, -0.39}, 0.075, 0.075, 0.02, ROSE);         // palms
+    bone({-0.035, -0.535, 0.49}, {0.035, -0.535, 0.49}, 0.052, 0.052, 0.01, DARK);     // nose
+    pair({0.155, -0.4, 0.6}, {0.155, -0.4, 0.61}, 0.045, 0.045, 0.01, DARK);           // eyes
+    vParts.push_back({Kind::RING, {0, 0, 0.15}, {}, 0.33, 0.085, 0.015, SCARF, true}); // scarf
+    vParts.push_back(
+        {Kind::BONE, {0.17, -0.33, 0.11}, {0.24, -0.5, -0.2}, 0.075, 0.085, 0.015, SCARF, true}); // its end
     return vParts;
 }
 
@@ -193,7 +195,7 @@ Colour colourAt(const ActiveParts& active, const Position& p)
         const double closeness = 1.0 - (distanceTo(part, p) - nearest) / SEAM;
         if (closeness <= 0.0)
             continue;
-        const Colour& colour = part.colour.r == SCARF.r && isStripe(p) ? STRIPE : part.colour;
+        const Colour& colour = part.bStripes && isStripe(p) ? STRIPE : part.colour;
         const double weight = closeness * closeness;
         sum = {sum.r + weight * colour.r, sum.g + weight * colour.g, sum.b + weight * colour.b};
         sumWeights += weight;
@@ -374,8 +376,8 @@ void makeSampleScan(std::vector<Point3>& vPoints, size_t numPoints)
 {
     if (numPoints == 0)
         return;
-    constexpr double AREA = 7.0; // of what the scanner sees
-    ScanSampler sampler(vPoints, std::sqrt(AREA / double(numPoints)), numPoints);
+    constexpr double FIT = 7.88; // squared spacing times number of points, as it comes out
+    ScanSampler sampler(vPoints, std::sqrt(FIT / double(numPoints)), numPoints);
     sampler.run();
 }
 
