@@ -26,10 +26,16 @@ struct Offset27 {
     int x, y, z;
 };
 
-constexpr Offset27 offset27(int dir27) { return {dir27 % 3 - 1, dir27 / 3 % 3 - 1, dir27 / 9 - 1}; }
+constexpr Offset27 offset27(int dir27)
+{
+    return {dir27 % 3 - 1, dir27 / 3 % 3 - 1, dir27 / 9 - 1};
+}
 
 // Block part of a step along one axis: 0, 1, 2 for the block before, the same, the one behind.
-constexpr int blockPart(int coord) { return coord < 0 ? 0 : coord > 7 ? 2 : 1; }
+constexpr int blockPart(int coord)
+{
+    return coord < 0 ? 0 : coord > 7 ? 2 : 1;
+}
 
 constexpr std::uint16_t stepTarget(int cell, int dir27)
 {
@@ -77,6 +83,30 @@ size_t CellLayer::count() const
     for (const CellBits& bits : vBits)
         num += bits.count();
     return num;
+}
+
+void CellLayer::add(const CellLayer& other)
+{
+    zanAssert(vBits.size() == other.vBits.size());
+    for (size_t block = 0; block < vBits.size(); ++block)
+        for (size_t i = 0; i < 8; ++i)
+            vBits[block].word[i] |= other[block].word[i];
+}
+
+void CellLayer::subtract(const CellLayer& other)
+{
+    zanAssert(vBits.size() == other.vBits.size());
+    for (size_t block = 0; block < vBits.size(); ++block)
+        for (size_t i = 0; i < 8; ++i)
+            vBits[block].word[i] &= ~other[block].word[i];
+}
+
+void CellLayer::intersect(const CellLayer& other)
+{
+    zanAssert(vBits.size() == other.vBits.size());
+    for (size_t block = 0; block < vBits.size(); ++block)
+        for (size_t i = 0; i < 8; ++i)
+            vBits[block].word[i] &= other[block].word[i];
 }
 
 // --- blocks ---
@@ -289,8 +319,8 @@ CellRanks::CellRanks(const CellLayer& layer) : pLayer(&layer), vEntries(layer.nu
 
 // --- small components ---
 
-SmallComponents::SmallComponents(const CellBlocks& blocks_, const CellLayer& layer_, Neighbourhood neighbourhood,
-                                 size_t maxCells_)
+SmallComponents::SmallComponents(const CellBlocks& blocks_, const CellLayer& layer_,
+                                 Neighbourhood neighbourhood, size_t maxCells_)
     : blocks(blocks_), layer(layer_),
       vDirs(neighbourhood == Neighbourhood::FACES
                 ? std::vector<int>{4, 10, 12, 14, 16, 22}

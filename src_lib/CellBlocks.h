@@ -1,5 +1,5 @@
 // Subsystem: grid. Builds on: definitions, FlatMap.
-// Used by: Prepare.
+// Used by: FillPass, Prepare.
 // A sparse lattice of cells in blocks of 8x8x8, one bit per cell. Unlike RCDStore it holds many sets (layers)
 // over the same blocks, works on 64 cells at a time where it can, and numbers the cells of a set, so that
 // records of cells can stand in flat arrays.
@@ -44,6 +44,11 @@ public:
     size_t numBlocks() const { return vBits.size(); }
     void resize(size_t numBlocks) { vBits.resize(numBlocks); }
     size_t count() const; // O(blocks)
+
+    // Set operations with a layer of the same number of blocks.
+    void add(const CellLayer& other);
+    void subtract(const CellLayer& other);
+    void intersect(const CellLayer& other);
 
     // Calls f(pos) for each cell, positions ascending. f may clear cells that were already visited.
     template <class F>
@@ -103,6 +108,8 @@ public:
 private:
     struct Growth;
     std::uint32_t touchBlock(u64 corner);
+    std::uint32_t findNeig(u64 corner, int dir27) const;
+    static bool getNeigCorner(u64 corner, int dir27, u64& neigCorner); // false beyond the lattice
     void spread(Growth& growth, std::uint32_t block);
 
     // For each cell of a block and each direction: block direction << 9 | cell.

@@ -37,7 +37,8 @@ public:
     {
         const size_t bucket = bucketOf(key);
         std::vector<Entry>& vEntries = vBuckets[bucket];
-        vEntries.push_back({key, static_cast<std::uint32_t>(pos >> 9), static_cast<std::uint32_t>(pos & 511)});
+        vEntries.push_back(
+            {key, static_cast<std::uint32_t>(pos >> 9), static_cast<std::uint32_t>(pos & 511)});
         ++numEntries;
         if (bucket == active)
             std::push_heap(vEntries.begin(), vEntries.end(), Later{blocks});

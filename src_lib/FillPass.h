@@ -6,9 +6,12 @@
 #include "CellBlocks.h"
 #include "Point3.h"
 #include "definitions.h"
+#include "removalRules.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -16,61 +19,74 @@ namespace TESK_ZAN
 {
 
 class Calc;
+class CellQueue;
 
 // A run object for one pass, on the caller's thread. All distances are in cells, measured from the centre of
 // a cell to a surface point, so neither the cell size nor the place of the cloud matters to their precision.
 //
-// The candidates are the empty cells within some rings of the border. Their distances stand in vDist, by
-// their number among the candidates. While the pass runs, "alive" holds the layer and the candidates that
-// have not been removed; at its end it is the new layer.
+// The candidates are the empty cells within some rings of the border, and pockets that these close off. While
+// the pass runs, "alive" holds the layer and the candidates that have not been removed; at its end it is the
+// new layer.
 class FillPass
 {
 public:
-    // alive: the layer, border: its border cells; both over blocks, and all three updated by run.
+    // alive: the layer; border: its border cells. Both live over blocks and are brought up to date by run.
     FillPass(CellBlocks& blocks, CellLayer& alive, CellLayer& border);
     FillPass(const FillPass&) = delete;
     FillPass& operator=(const FillPass&) = delete;
 
-    // The whole pass. vRCD2Vtx: the layer with its points, ascending; maxRounds: limit of the rounds that
-    // remove false border. vAdded and vRemoved are replaced by the cells that joined and left the layer,
-    // ascending.
-    void run(const std::vector<std::pair<u64, Point3*>>& vRCD2Vtx, const Calc* pCalc, int dist, bool bFullClean,
-             int maxRounds, std::vector<u64>& vAdded, std::vector<u64>& vRemoved);
+    // The whole pass. vRCD2Vtx: the layer with its points, ascending. dist: rings, at least 1. maxRounds: how
+    // often false border may be removed. vAdded and vRemoved are replaced by the cells that joined and left
+    // the layer, ascending.
+    void run(const std::vector<std::pair<u64, Point3*>>& vRCD2Vtx, const Calc* pCalc, int dist,
+             bool bFullClean, int maxRounds, std::vector<u64>& vAdded, std::vector<u64>& vRemoved);
 
 private:
-    // A surface point as a source of distances: its cell, and its place in it relative to the cell's centre.
+    static constexpr float UNREACHED = std::numeric_limits<float>::max();
+
+    enum class Order { BY_DIST, BY_CODE };
+
+    // A surface point as a source of distances: its cell, and its place relative to the cell's centre.
     struct Source {
         int x, y, z;
         float offX, offY, offZ;
     };
-    static constexpr float UNREACHED = std::numeric_limits<float>::max();
 
-    // FillPass.cpp: from the border to distances of candidates
-    void rcdmch_createRCDBoxes(int dist);
+    // FillPass.cpp: from the border to candidates with distances
+    void rcdmch_createRCDBoxes(size_t numLayerCells, int dist);
     void rcdmch_createPrioq(const std::vector<std::pair<u64, Point3*>>& vRCD2Vtx, const Calc* pCalc,
-                            class CellQueue& queue);
+                            CellQueue& queue);
     void rcdmch_march(CellQueue& queue);
-    bool offerSource(CellPos pos, std::uint32_t iSource);
+    void offerSource(CellQueue& queue, CellPos pos, std::uint32_t iSource);
     void hc_addVolumeFills();
-    void addCandidates(const std::vector<CellPos>& vFills);
+    std::vector<CellPos> findPockets();
+    void joinPockets(const std::vector<CellPos>& vPockets);
 
     // FillPass_cleaning.cpp: from the inflated layer to a thin one
     void cleanCandidates();
-    void collectUnprotected(const CellLayer& kept, CellLayer& unprotected) const;
-    void removeFalseBorder(bool bFullClean, int maxRounds, std::vector<CellPos>& vDoomed);
-    void collectRingless(const std::vector<CellPos>& vSeeds, size_t maxCells, CellLayer& ringless) const;
-    size_t pruneByDist(bool bFull, CellLayer& removable, const class CellRanks* pRanks,
-                       std::vector<CellPos>* pDoomed);
-    void updateBorderAround(const std::vector<CellPos>& vChanged, std::vector<CellPos>& vReclassified);
+    CellLayer getUnprotected(const CellLayer& kept) const;
+    bool isLooseEnd(CellPos pos, const CellLayer& kept) const;
+    std::vector<CellPos> removeFalseBorder(bool bFullClean, int maxRounds);
+    CellLayer getRingless(const std::vector<CellPos>& vSeeds, size_t maxCells) const;
+    std::vector<CellPos> reclassifyAround(const std::vector<CellPos>& vChanged);
+    size_t prune(bool bFull, Order order, CellLayer& removable, std::vector<CellPos>* pDoomed);
+    CellLayer getExposed(const CellLayer& part) const;
+    float getDist(CellPos pos) const { return vDist[(*ranks)(pos)]; }
 
+    const RemovalRules& rules;
     CellBlocks& blocks;
     CellLayer& alive;
     CellLayer& border;
-    CellLayer space;      // everything within the rings, while distances are computed
-    CellLayer candidates; // fixed once the pockets are in
-    std::vector<float> vDist;
-    std::vector<std::uint32_t> vSourceOf; // by candidate: index into vSources
-    std::vector<Source> vSources;
+    CellLayer candidates;
+    std::optional<CellRanks> ranks; // numbers of the candidates
+    std::vector<float> vDist;       // distance of each candidate, by number
+    float maxDist = 0.0f;           // distances expected
+
+    // Of the march only.
+    CellLayer space;                      // all cells within the rings
+    CellLayer open;                       // candidates whose distance is not final
+    std::vector<Source> vSources;         // surface points next to candidates
+    std::vector<std::uint32_t> vSourceOf; // the source of each candidate's distance, by number
 };
 
 } // namespace TESK_ZAN

@@ -1,10 +1,11 @@
-// Subsystem: intake. Builds on: Calc, CellBlocks, RemoveDeciderFast, Progress, sortMT.
+// Subsystem: intake. Builds on: Calc, CellBlocks, FillPass, RemoveDeciderFast, Progress, sortMT.
 // Used by: Cloud.
 // From the raw points of a scan to a thin layer of working cells, one representative point each.
 #pragma once
 
 #include "CellBlocks.h"
 #include "Point3.h"
+#include "RemoveDeciderFast.h"
 #include "definitions.h"
 #include "tesk_tools/SimplePool.h"
 
@@ -29,7 +30,8 @@ struct FillRound {
 // Invariants between the stages:
 //  1. vRCD2Vtxsrt, vAllRCDsrt, vAreaRCDsrt, vBorderRCDsrt and vZeroRCDsrt are strictly ascending;
 //  2. vAllRCDsrt holds the cells of vRCD2Vtxsrt, and is the union of the disjoint area and border lists;
-//  3. the layers "alive" and "border" hold the cells of vAllRCDsrt and of vBorderRCDsrt;
+//  3. from the first fill pass on, the layers "alive" and "border" hold the cells of vAllRCDsrt and of
+//     vBorderRCDsrt;
 //  4. vZeroRCDsrt is the part of vAllRCDsrt that a fill pass added.
 class Prepare
 {
@@ -61,23 +63,23 @@ public:
     // The rounds that a fill size asks for, none for 0 or less; at most about 2 log2(fillSize).
     static std::vector<FillRound> getFillRounds(int fillSize);
 
-    const std::vector<std::pair<u64, Point3*>>& getRCD2Vtx() const { return vRCD2Vtxsrt; }
+    const RCDPoints& getRCD2Vtx() const { return vRCD2Vtxsrt; }
     const std::vector<u64>& getAllRCDs() const { return vAllRCDsrt; }
     const std::vector<u64>& getAreaRCDs() const { return vAreaRCDsrt; }
     const std::vector<u64>& getBorderRCDs() const { return vBorderRCDsrt; }
     const std::vector<u64>& getZeroRCDs() const { return vZeroRCDsrt; }
 
 private:
-    // Prepare.cpp
-    std::vector<std::pair<u64, Point3*>> createRepresentatives() const;
-    void takeKeptCells(const std::vector<std::pair<u64, Point3*>>& vFat, const std::vector<u64>& vKeptRCD);
+    RCDPoints createRepresentatives() const;
+    void takeKeptPoints(const RCDPoints& vFat);
+    void fillHoles();
+    int getUsefulFillSize() const;
+    void createLayers();
+    void takeFilledCells(const std::vector<u64>& vAdded, const std::vector<u64>& vRemoved);
     void deliver(std::vector<std::pair<u64, Point3>>& vResult, std::vector<u64>& vZeroCCD) const;
 
-    // Prepare_fill.cpp
-    void takeFilledCells(const std::vector<u64>& vAdded, const std::vector<u64>& vRemoved);
-
-    std::vector<std::pair<u64, Point3*>> vRCD2Vtxsrt; // kept cells with their points (in the point pool)
-    std::vector<Point3>* pPoints;                     // input, not owned
+    RCDPoints vRCD2Vtxsrt;        // kept cells with their points (in the point pool)
+    std::vector<Point3>* pPoints; // input, not owned
     int fillSize;
     const Calc* pCalc; // not owned
     std::vector<u64> vAllRCDsrt;
