@@ -83,8 +83,9 @@ TEST_F(Host, MeshOfACloudHasItsPointsWithTheirColours)
         EXPECT_TRUE(pVertex->hasColor());
         unsigned char r = 0, g = 0, b = 0, a = 0;
         pVertex->getColor_255(r, g, b, a);
-        if (std::binary_search(vSphere.begin(), vSphere.end(), *pVertex))
+        if (std::binary_search(vSphere.begin(), vSphere.end(), *pVertex)) {
             EXPECT_EQ(r > b, pVertex->z() > 0.0);
+        }
     }
 }
 
