@@ -45,8 +45,9 @@ class Voro;
 class CMesh
 {
 public:
-    // Works on the run's map of bundles, which must outlive the mesh. The map is read once, here: afterwards
-    // only addBundle and removeLooseBundles may change it. vZeroCCD is copied. pVoro may be null.
+    // Works on the run's map of bundles, which must live as long as the mesh is in use (but for its
+    // destructor). The map is read once, here: afterwards only addBundle and removeLooseBundles may change
+    // it. vZeroCCD is copied. pVoro may be null.
     CMesh(Voro* pVoro, const Calc* pCalc, std::map<u64, Bundle*>* pCCDBundle,
           const std::vector<u64>& vZeroCCD);
 
@@ -182,9 +183,9 @@ private:
     CEdge* findAliveEdge(std::uint32_t vtxA, std::uint32_t vtxB) const;
     CEdge* findOrCreateEdge(std::uint32_t vtxA, std::uint32_t vtxB);
     CTriangle* createT_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg);
-    void linkEdge(CEdge* pCE);
-    void unlinkEdge(CEdge* pCE);
     void unlinkAt(u64 ccd, const CEdge* pCE);
+    template <class F>
+    void forEachEdgeAt(u64 ccd, F f) const;
     void edgeDied(CEdge* pCE);
     void destroyEdges();
 
@@ -196,6 +197,7 @@ private:
     std::string findBrokenTriangle() const;
     std::string findBrokenEdge() const;
     std::string findBrokenChain() const;
+    std::string findBrokenDeadEdge() const;
     std::string findBrokenBundle() const;
 
     Voro* pVoro;                          // not owned

@@ -1,0 +1,243 @@
+#include "CMesh.h"
+
+#include "freeFunctions.h"
+#include "messages.h"
+#include "sortMT.h"
+#include "stageTrace.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <tuple>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr double MAX_SPLIT_TURN = 90.0; // degrees by which a half may turn against the whole
+
+// A neighbour of a triangle that goes, seen from its corner opposite the common edge:
+//
+//        opp                  opp
+//       /   \                / | \          the two halves are (opp, next, split) and (opp, split, prev)
+//   next --- prev        next split prev
+//
+struct SplitPlan {
+    CTriangle* pCT;
+    u64 opp, next, prev;
+};
+
+bool turnsLittle(const CMesh* pMesh, const Vector3& nnvOld, u64 a, u64 b, u64 c)
+{
+    bool bOK = false;
+    const Vector3 nnvNew = getNormalVector(pMesh, a, b, c, bOK);
+    return bOK && getAngleDegree(nnvOld, nnvNew) <= MAX_SPLIT_TURN;
+}
+
+bool maySplit(const CMesh* pMesh, const SplitPlan& plan, u64 split)
+{
+    bool bOK = false;
+    const Vector3 nnvOld = getNormalVector(pMesh, plan.opp, plan.next, plan.prev, bOK);
+    return bOK && turnsLittle(pMesh, nnvOld, plan.opp, plan.next, split) &&
+           turnsLittle(pMesh, nnvOld, plan.opp, split, plan.prev);
+}
+
+void splitAt(CMesh* pMesh, const SplitPlan& plan, u64 split, std::vector<CTriangle*>& vKids)
+{
+    const u64 vcd = plan.pCT->getVCD();
+    plan.pCT->kill(pMesh);
+    vKids.push_back(pMesh->createT(plan.opp, plan.next, split, vcd, 0));
+    vKids.push_back(pMesh->createT(plan.opp, split, plan.prev, vcd, 0));
+}
+
+bool lessByCorners(const CTriangle* a, const CTriangle* b)
+{
+    std::array<u64, 3> cornersA, cornersB;
+    a->getSortedCorners(cornersA[0], cornersA[1], cornersA[2]);
+    b->getSortedCorners(cornersB[0], cornersB[1], cornersB[2]);
+    return cornersA != cornersB ? cornersA < cornersB : a->getNumber() < b->getNumber();
+}
+
+// With the least corner at hand the sort of all triangles reads no triangle.
+struct CornerEntry {
+    u64 lowest;
+    CTriangle* pCT;
+};
+
+bool lessByLowest(const CornerEntry& a, const CornerEntry& b)
+{
+    return a.lowest < b.lowest;
+}
+
+// By ascending corners, then by age.
+void sortByCorners(std::vector<CTriangle*>& vT)
+{
+    std::vector<CornerEntry> vEntries;
+    transformMT(vT, vEntries, [](CTriangle* pCT) {
+        return CornerEntry{std::min({pCT->getC0(), pCT->getC1(), pCT->getC2()}), pCT};
+    });
+    sortMT(vEntries.begin(), vEntries.end(), lessByLowest);
+    transformMT(vEntries, vT, [](const CornerEntry& entry) { return entry.pCT; });
+    for (std::size_t first = 0, last = 0; first < vT.size(); first = last) {
+        while (last < vT.size() && vEntries[last].lowest == vEntries[first].lowest)
+            ++last;
+        std::sort(vT.begin() + std::ptrdiff_t(first), vT.begin() + std::ptrdiff_t(last), lessByCorners);
+    }
+}
+
+} // namespace
+
+// ---- CEdge: flip and split -------------------------------------------------------------------------------
+
+CEdge* CEdge::flipEdge(CMesh* pMesh, CTriangle* pCT0, CTriangle* pCT1)
+{
+    if (pCT0 == nullptr && pCT1 == nullptr) {
+        if (!getTwoTriangles(pCT0, pCT1, true)) {
+            ZAN_WARNING("Edge not flipped, !getTwoTriangles()");
+            return nullptr;
+        }
+    }
+    zanAssertText(pCT0 != nullptr && pCT1 != nullptr, "pCT1==0");
+    if (!pCT0->isAlive() || !pCT1->isAlive()) {
+        ZAN_WARNING("pCT0 or pCT1 not alive");
+        return nullptr;
+    }
+    const u64 end0 = v0, end1 = v1;
+    const u64 ccd0 = pCT0->getThirdCCD(end0, end1), ccd1 = pCT1->getThirdCCD(end0, end1);
+    if (ccd0 == ccd1) {
+        messageStream() << "CEdge::flipEdge(), BUG: " << *pCT0 << " / " << *pCT1 << std::endl;
+        zanFail();
+    }
+    u64 next, prev;
+    pCT0->getNextPrev(ccd0, next, prev);
+    pCT0->kill(pMesh);
+    pCT1->kill(pMesh);
+    const CTriangle* pNew = pMesh->createT(ccd0, ccd1, prev, 0, 0);
+    pMesh->createT(ccd1, ccd0, next, 0, 0);
+    return pNew->getCEdge(2);
+}
+
+bool CEdge::trySplitNeigsKillT(CMesh* pMesh, CTriangle* pKillCT, int ici, std::vector<CTriangle*>& vKids)
+{
+    zanAssert(pKillCT->isAlive() && pKillCT->getCEdge(ici) == this);
+    const u64 split = pKillCT->getCorner(ici);
+    std::vector<SplitPlan> vPlans;
+    for (CTriangle* pCT : vCT) {
+        if (pCT == pKillCT)
+            continue;
+        SplitPlan plan{pCT, pCT->getThirdCCD(v0, v1), 0, 0};
+        pCT->getNextPrev(plan.opp, plan.next, plan.prev);
+        if (!maySplit(pMesh, plan, split))
+            return false;
+        vPlans.push_back(plan);
+    }
+    pKillCT->kill(pMesh);
+    for (const SplitPlan& plan : vPlans)
+        splitAt(pMesh, plan, split, vKids);
+    return true;
+}
+
+// ---- collapse --------------------------------------------------------------------------------------------
+
+// No triangle that src hands over to trg exists there already.
+bool CMesh::linkTest(u64 src, u64 trg) const
+{
+    std::vector<CTriangle*> vSrcT;
+    getIncidentT(src, vSrcT);
+    for (const CTriangle* pCT : vSrcT) {
+        if (pCT->has(trg))
+            continue; // dies in the collapse
+        u64 next, prev;
+        pCT->getNextPrev(src, next, prev);
+        if (getEdge(next, prev)->hasTriangle(trg, next, prev))
+            return false;
+    }
+    return true;
+}
+
+void CMesh::moveTriangles(u64 src, u64 trg)
+{
+    std::vector<CTriangle*> vIncT;
+    getIncidentT(src, vIncT);
+    zanAssert(!vIncT.empty());
+    for (CTriangle* pCT : vIncT) {
+        u64 next, prev;
+        pCT->getNextPrev(src, next, prev);
+        pCT->kill(this);
+        if (!pCT->has(trg))
+            createT(trg, next, prev, pCT->getVCD(), 0);
+    }
+}
+
+bool CMesh::collapseEdgeToEndpoint(CEdge* pCE, u64 src, u64 trg)
+{
+    zanAssert(src != trg && pCE->hasVertex(src) && pCE->hasVertex(trg));
+    if (pCE->getDegree() == 0 || !linkTest(src, trg))
+        return false;
+    moveTriangles(src, trg);
+    return true;
+}
+
+u64 CMesh::collapseEdgeToMidpoint(CEdge* pCE)
+{
+    if (pCE->getDegree() == 0)
+        return FAILED_CODE;
+    const Point3& p0 = *getVtx(pCE->getV0());
+    Point3* pVtx1 = getVtx(pCE->getV1());
+    pVtx1->set(0.5 * (p0.x() + pVtx1->x()), 0.5 * (p0.y() + pVtx1->y()), 0.5 * (p0.z() + pVtx1->z()));
+    moveTriangles(pCE->getV0(), pCE->getV1());
+    return pCE->getV1();
+}
+
+// ---- passes ----------------------------------------------------------------------------------------------
+
+int CMesh::killDuplicateTriangles()
+{
+    sortByCorners(vMeshT);
+    int numKilled = 0;
+    const CTriangle* pKept = nullptr; // the alive one of the current corners
+    for (CTriangle* pCT : vMeshT) {
+        if (!pCT->isAlive())
+            continue;
+        if (pKept == nullptr || !(*pCT == *pKept)) {
+            pKept = pCT;
+            continue;
+        }
+        pCT->kill(this);
+        ++numKilled;
+    }
+    return numKilled;
+}
+
+void CMesh::splitDegenerate()
+{
+    std::vector<CTriangle*> vStack;
+    getAliveT(vStack);
+    // A split acts like a flip. In a region where all cross products underflow, flips could go round for
+    // ever.
+    std::size_t numSplitsLeft = 100 + 3 * vStack.size();
+    std::vector<CTriangle*> vKids;
+    while (!vStack.empty() && numSplitsLeft > 0) {
+        CTriangle* pCT = vStack.back();
+        vStack.pop_back();
+        if (!pCT->isAlive() || !pCT->isDegenerate(this))
+            continue;
+        const int ici = pCT->getLargestEdgeICI(this);
+        vKids.clear();
+        if (pCT->getCEdge(ici)->trySplitNeigsKillT(this, pCT, ici, vKids)) {
+            vStack.insert(vStack.end(), vKids.begin(), vKids.end());
+            --numSplitsLeft;
+            continue;
+        }
+        if (traceEnabled())
+            messageStream() << "\n Not able to split: " << *pCT << std::endl;
+        for (int i = 0; i < 3; ++i)
+            if (laplacianForOne(pCT->getCorner((ici + i) % 3)))
+                break;
+    }
+}
+
+} // namespace TESK_ZAN
