@@ -66,6 +66,7 @@ public:
     std::uint8_t* get() { return pBytes.get(); }
     const std::uint8_t* get() const { return pBytes.get(); }
     std::size_t size() const { return numBytes; }
+    void clear() { numBytes = 0; }
 
     // Room for numTotal bytes without growing again; the size stays.
     void reserve(std::size_t numTotal);
