@@ -55,12 +55,9 @@ void RCDStore::constructStore(const std::vector<u64>& vRCD)
 {
     RCDMatrix* pMatrix = nullptr;
     for (const u64 rcd : vRCD) {
-        const u64 upper = RCDMatrix::upperOf(rcd);
-        if (pMatrix == nullptr || pMatrix->getUpperPart() != upper) {
-            pMatrix = findRCDMatrix(rcd);
-            if (pMatrix == nullptr)
-                pMatrix = createMatrix(upper);
-        }
+        pMatrix = findRCDMatrix(rcd, pMatrix);
+        if (pMatrix == nullptr)
+            pMatrix = createMatrix(RCDMatrix::upperOf(rcd));
         pMatrix->set(RCDMatrix::addressOf(rcd));
     }
 }

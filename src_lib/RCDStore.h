@@ -34,6 +34,13 @@ public:
     RCDMatrix* getRCDMatrix(u64 rcd) const;
     RCDMatrix* findRCDMatrix(u64 rcd) const;
 
+    // The same with the matrix of some earlier cell (or null) as a first guess: cheap for cells in sorted order.
+    RCDMatrix* findRCDMatrix(u64 rcd, RCDMatrix* pGuess) const
+    {
+        const bool bRight = pGuess != nullptr && pGuess->getUpperPart() == RCDMatrix::upperOf(rcd);
+        return bRight ? pGuess : findRCDMatrix(rcd);
+    }
+
     bool isSet(u64 rcd) const
     {
         const RCDMatrix* pMatrix = findRCDMatrix(rcd);

@@ -5,6 +5,7 @@
 
 #include "definitions.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace TESK_ZAN
@@ -31,6 +32,6 @@ bool areNeigs26_RCD(u64 rcdA, u64 rcdB);
 // from startIndex on that has a lonely neighbour, one that touches none of the cell's other neighbours. It is
 // found if that neighbour leads back to the cell other than by the direct step. A ring with a tail that comes
 // first therefore counts as no ring. O(n log n).
-bool hasRing_RCD(const std::vector<u64>& vSortedRCD, size_t startIndex);
+bool hasRing_RCD(const std::vector<u64>& vSortedRCD, std::size_t startIndex);
 
 } // namespace TESK_ZAN
