@@ -290,10 +290,11 @@ void adaptTo255(std::vector<VtxColor>& vColors)
     const double factorA = scaleTo255(maxA);
     if (factorRGB == 1.0 && factorA == 1.0)
         return;
+    // Rounding to float first: in double the largest value would often come out just below 255.
     for (VtxColor& c : vColors) {
         for (float* pValue : {&c.r, &c.g, &c.b})
-            *pValue = float(std::floor(factorRGB * double(*pValue)));
-        c.a = float(std::floor(factorA * double(c.a)));
+            *pValue = std::floor(float(factorRGB * double(*pValue)));
+        c.a = std::floor(float(factorA * double(c.a)));
     }
 }
 
