@@ -159,15 +159,20 @@ void Visualizer3::writeCoords(const Point3& point)
     write(text, p - text);
 }
 
+// The text of Point3::getColorString, without a stream per vertex.
 void Visualizer3::writeVertexColor(const Point3& point)
 {
-    if (!point.hasColor()) {
-        *this << "0 0 0 0";
-        return;
+    constexpr int COLOR_PRECISION = 6;
+    float aColor[4] = {0.0f, 0.0f, 0.0f, 0.0f}; // black: a point without colour may still hold old bytes
+    if (point.hasColor())
+        point.getColor_1(aColor[0], aColor[1], aColor[2], aColor[3]);
+    char text[4 * MAX_NUMBER_CHARS + 4];
+    char* p = text;
+    for (float value : aColor) {
+        p = printNumber(p, double(value), COLOR_PRECISION);
+        *p++ = ' ';
     }
-    float aColor[4];
-    point.getColor_1(aColor[0], aColor[1], aColor[2], aColor[3]);
-    *this << aColor[0] << ' ' << aColor[1] << ' ' << aColor[2] << ' ' << aColor[3];
+    write(text, p - text - 1); // without the last blank
 }
 
 // ---- points and segments
