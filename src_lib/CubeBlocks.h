@@ -37,11 +37,12 @@ private:
         u64 bits;
     };
 
-    // The occupancy that the cubes of one block of keys see: word i has bit k set if member i of the cube
-    // with key number k is occupied.
+    // The occupancy that the cubes of one block of keys see: word i has bit k set if member i of the cube at
+    // place k of the block is occupied.
     using MemberWords = std::array<u64, 8>;
 
-    const Block* findBlock(u64 code) const;
+    u64 bitsOf(u64 blockCode) const; // 0 where there is no block
+    void addKeyBlocks(const Block& block);
     MemberWords collectMembers(u64 keyBlock) const;
 
     std::vector<Block> vBlocks;  // ascending

@@ -68,12 +68,13 @@ public:
     const std::vector<u64>& getCCD() const { return vCCD; }
 
 private:
-    void startMesh();
+    void createMesh();
     template <class Tick>
     void extractCubes(std::vector<u64>& vAmbiguousT, Tick tick);
     void solveSquare(const u64* record);
     void rebuildBlocks();
-    void removeCells(std::vector<u64>& vRemoveCCD, const std::vector<u64>& vExtraCCD);
+    void removeCells(const std::vector<u64>& vRemoveCCD, const std::vector<u64>& vExtraCCD);
+    void addMissingBundles();
 
     const Calc* pCalc;                  // not owned
     std::map<u64, Bundle*>* pCCDBundle; // not owned
