@@ -7,6 +7,7 @@
 // surface, which is what a fill pass pays for.
 #include "Calc.h"
 #include "Prepare.h"
+#include "Progress.h"
 #include "random.h"
 #include "sortMT.h"
 #include "stageTrace.h"
@@ -114,6 +115,7 @@ void run(const Options& options)
     std::vector<StageRecord> vStages;
     std::vector<std::pair<u64, Point3>> vResult;
     std::vector<u64> vZeroCCD;
+    getRootProgress()->setName("prepare_bench");
     recordStages(&vStages);
     {
         const StageTimer stage("all");
@@ -144,8 +146,9 @@ int main(int argc, char** argv)
             setNumCPU(static_cast<int>(options.threads));
         run(options);
     } catch (const std::exception& e) {
-        std::cerr << "prepare_bench: " << e.what()
-                  << "\nusage: prepare_bench N [--fill CELLS] [--threads T] [--noise SPACINGS] [--holes COUNT]\n";
+        std::cerr
+            << "prepare_bench: " << e.what()
+            << "\nusage: prepare_bench N [--fill CELLS] [--threads T] [--noise SPACINGS] [--holes COUNT]\n";
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;

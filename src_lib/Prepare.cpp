@@ -200,7 +200,7 @@ void Prepare::fillHoles()
 // at a space that grows with its cube.
 int Prepare::getUsefulFillSize() const
 {
-    constexpr int ALWAYS_USEFUL = 100;
+    constexpr int ALWAYS_USEFUL = 50;
     int min[3] = {std::numeric_limits<int>::max(), std::numeric_limits<int>::max(),
                   std::numeric_limits<int>::max()};
     int max[3] = {0, 0, 0};

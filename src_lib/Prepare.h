@@ -40,8 +40,9 @@ public:
     // that are grown beyond the filled space.
     static constexpr int MAX_FILL_SIZE = 4900;
 
-    // Neither the points nor the Calc are owned; both must outlive the object and lie inside the Calc's box.
-    // A fillSize above MAX_FILL_SIZE is cut to it with a warning; 0 or less fills nothing.
+    // Neither the points nor the Calc are owned; both must outlive the object. All points are finite and lie
+    // in the Calc's box, with fillSize + 4 cells of room on each side. A fillSize above MAX_FILL_SIZE is cut
+    // to it with a warning; 0 or less fills nothing.
     Prepare(std::vector<Point3>* pPoints, int fillSize, const Calc* pCalc);
     Prepare(const Prepare&) = delete;
     Prepare& operator=(const Prepare&) = delete;
