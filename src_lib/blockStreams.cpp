@@ -29,8 +29,8 @@ std::optional<std::uint64_t> remainingBytes(std::istream& in)
     return std::uint64_t(std::max(end - here, std::streamoff(0)));
 }
 
-BlockReader::BlockReader(std::istream& in)
-    : in(in), pBlock(std::make_unique_for_overwrite<char[]>(BLOCK_SIZE)), capacity(BLOCK_SIZE)
+BlockReader::BlockReader(std::istream& source)
+    : in(source), pBlock(std::make_unique_for_overwrite<char[]>(BLOCK_SIZE)), capacity(BLOCK_SIZE)
 {
 }
 
@@ -112,8 +112,8 @@ bool BlockReader::failed() const
     return in.bad();
 }
 
-BlockWriter::BlockWriter(std::ostream& out)
-    : out(out), pBlock(std::make_unique_for_overwrite<char[]>(BLOCK_SIZE)), capacity(BLOCK_SIZE)
+BlockWriter::BlockWriter(std::ostream& target)
+    : out(target), pBlock(std::make_unique_for_overwrite<char[]>(BLOCK_SIZE)), capacity(BLOCK_SIZE)
 {
 }
 

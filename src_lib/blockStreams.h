@@ -23,7 +23,7 @@ std::optional<std::uint64_t> remainingBytes(std::istream& in);
 class BlockReader
 {
 public:
-    explicit BlockReader(std::istream& in);
+    explicit BlockReader(std::istream& source);
 
     // The bytes in the window; the place changes with each fill, nextLine and nextToken.
     const char* data() const { return pBlock.get() + first; }
@@ -65,7 +65,7 @@ private:
 class BlockWriter
 {
 public:
-    explicit BlockWriter(std::ostream& out);
+    explicit BlockWriter(std::ostream& target);
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
 
