@@ -20,7 +20,7 @@ constexpr const char* NO_TREE = "empty";
 // The roots of all threads, of ended ones too: the system gives their ids out again, so the map is never
 // larger than the most threads that were alive at a time.
 struct RootRegistry {
-    std::mutex lock;
+    std::mutex lock; // guards the map alone: never held while a root is locked
     std::map<std::thread::id, std::unique_ptr<Progress>> mThreadRoot;
 };
 
@@ -34,19 +34,20 @@ RootRegistry& rootRegistry()
 struct RootOfThread {
     Progress* pRoot;
 
-    RootOfThread()
+    RootOfThread() : pRoot(findOrMake()) { reset(); }
+    ~RootOfThread() { reset(); }
+    RootOfThread(const RootOfThread&) = delete;
+    RootOfThread& operator=(const RootOfThread&) = delete;
+
+    static Progress* findOrMake()
     {
         RootRegistry& registry = rootRegistry();
         const std::lock_guard<std::mutex> guard(registry.lock);
         std::unique_ptr<Progress>& pSlot = registry.mThreadRoot[std::this_thread::get_id()];
         if (pSlot == nullptr)
             pSlot = std::make_unique<Progress>(NO_TREE, 1.0);
-        pRoot = pSlot.get();
-        reset();
+        return pSlot.get();
     }
-    ~RootOfThread() { reset(); }
-    RootOfThread(const RootOfThread&) = delete;
-    RootOfThread& operator=(const RootOfThread&) = delete;
 
     void reset()
     {

@@ -33,12 +33,12 @@ std::uint64_t hashOf(const std::vector<Point3>& vPoints)
 
 TEST(sampleScan, countComesCloseToTheWish)
 {
-    for (size_t numPoints : {1000, 20000}) {
+    for (size_t numPoints : {1000U, 20000U}) {
         std::vector<Point3> vPoints;
         makeSampleScan(vPoints, numPoints);
         EXPECT_NEAR(1.0, double(vPoints.size()) / double(numPoints), 0.05) << numPoints;
     }
-    for (size_t numPoints : {0, 1, 2, 10}) {
+    for (size_t numPoints : {0U, 1U, 2U, 10U}) {
         std::vector<Point3> vPoints;
         makeSampleScan(vPoints, numPoints);
         EXPECT_LE(vPoints.size(), 2 * numPoints);

@@ -62,7 +62,7 @@ TEST_F(sortMT_threads, sortsEveryPatternLikeTheStandardSort)
     for (int numThreads : THREAD_COUNTS) {
         setNumCPU(numThreads);
         for (const char* pattern : {"random", "two values", "ascending", "descending", "organ pipe", "equal"})
-            for (size_t n : {0, 1, 2, 999, 1000, 1001, 1999, 2000, 30000}) {
+            for (size_t n : {0U, 1U, 2U, 999U, 1000U, 1001U, 1999U, 2000U, 30000U}) {
                 std::vector<std::uint64_t> v = makeInput(pattern, n);
                 std::vector<std::uint64_t> vExpected = v;
                 std::sort(vExpected.begin(), vExpected.end());
@@ -219,7 +219,7 @@ TEST_F(parallelLoops, everyElementIsVisitedOnce)
 {
     for (int numThreads : THREAD_COUNTS) {
         setNumCPU(numThreads);
-        for (size_t n : {0, 1, 999, 1000, 1001, 10007}) {
+        for (size_t n : {0U, 1U, 999U, 1000U, 1001U, 10007U}) {
             std::vector<int> v(n, 0);
             forEachMT(v, [](int& value) { ++value; });
             forRangeMT(n, [&](size_t begin, size_t end) {
@@ -236,7 +236,7 @@ TEST_F(parallelLoops, transformsKeepTheOrderOfTheInput)
 {
     for (int numThreads : THREAD_COUNTS) {
         setNumCPU(numThreads);
-        for (size_t n : {0, 1, 1000, 4999}) {
+        for (size_t n : {0U, 1U, 1000U, 4999U}) {
             std::vector<int> vIn(n);
             std::iota(vIn.begin(), vIn.end(), 0);
             std::vector<long> vOut = {1, 2, 3};
