@@ -49,23 +49,6 @@ RTriangle::RTriangle(Point3* p0, Point3* p1, Point3* p2, std::uint32_t number_)
 {
 }
 
-int RTriangle::getICI(const Point3* pVtx) const
-{
-    zanAssert(has(pVtx));
-    return aCorners[0] == pVtx ? 0 : aCorners[1] == pVtx ? 1 : 2;
-}
-
-int RTriangle::getICI(const Point3* p0, const Point3* p1) const
-{
-    zanAssert(p0 != p1);
-    return 3 - getICI(p0) - getICI(p1);
-}
-
-Point3* RTriangle::getThirdPoint(const Point3* p0, const Point3* p1) const
-{
-    return aCorners[getICI(p0, p1)];
-}
-
 Vector3 RTriangle::getNNV(bool& bOK)
 {
     bOK = true;

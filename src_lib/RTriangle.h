@@ -4,6 +4,7 @@
 
 #include "RVertex.h"
 #include "Vector3.h"
+#include "zanAssert.h"
 
 #include <cstdint>
 #include <vector>
@@ -47,9 +48,23 @@ public:
     }
     bool hasEdge(const Point3* p0, const Point3* p1) const { return p0 != p1 && has(p0) && has(p1); }
 
-    int getICI(const Point3* pVtx) const;                 // fails unless pVtx is a corner
-    int getICI(const Point3* p0, const Point3* p1) const; // the corner that is neither; both must be corners
-    Point3* getThirdPoint(const Point3* p0, const Point3* p1) const;
+    // The index of a corner; of the corner that is neither p0 nor p1, and that corner. The arguments must be
+    // corners, and two must differ.
+    int getICI(const Point3* pVtx) const
+    {
+        if (aCorners[0] == pVtx)
+            return 0;
+        if (aCorners[1] == pVtx)
+            return 1;
+        zanAssert(aCorners[2] == pVtx);
+        return 2;
+    }
+    int getICI(const Point3* p0, const Point3* p1) const
+    {
+        zanAssert(p0 != p1);
+        return 3 - getICI(p0) - getICI(p1);
+    }
+    Point3* getThirdPoint(const Point3* p0, const Point3* p1) const { return aCorners[getICI(p0, p1)]; }
 
     // The unit normal of the corners in order, cached. Without one (collinear corners): bOK false, zero
     // vector.

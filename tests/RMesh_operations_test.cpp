@@ -107,7 +107,8 @@ TEST(RMeshOperations, FlipTakesTheTwoTrianglesInEitherOrderAndOrientation)
                 std::swap(indexed.vTriangles[size_t(i)], indexed.vTriangles[size_t(i) + 1]);
         RealMesh mesh(indexed);
         const auto& vT = mesh->getAllT();
-        REdge* pNew = mesh.edge(0, 2)->tryFlipEdge(mesh.pMesh.get(), vT[variant / 2], vT[1 - variant / 2]);
+        REdge* pNew = mesh.edge(0, 2)->tryFlipEdge(mesh.pMesh.get(), vT[size_t(variant) / 2],
+                                                   vT[1 - size_t(variant) / 2]);
         ASSERT_EQ(pNew, mesh.edge(1, 3));
         EXPECT_TRUE(zan_test::checkMesh(zan_test::toIndexed(*mesh.pMesh)).isOriented());
         EXPECT_EQ(canonical(*mesh.pMesh),
