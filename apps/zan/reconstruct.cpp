@@ -77,9 +77,9 @@ std::shared_ptr<Mesh> reconstruct(const Options& options, std::vector<Point3>& v
     if (!options.bQuiet)
         bar.emplace();
     setGlobalNumCPU(options.numThreads);
-    const std::shared_ptr<Mesh> pMesh = options.spacing
-                                            ? reconstruct_abs(vPoints, *options.spacing, options.fill)
-                                            : reconstruct_auto(vPoints, options.spacingFactor, options.fill);
+    std::shared_ptr<Mesh> pMesh = options.spacing
+                                      ? reconstruct_abs(vPoints, *options.spacing, options.fill)
+                                      : reconstruct_auto(vPoints, options.spacingFactor, options.fill);
     if (pMesh == nullptr || pMesh->getNumT() == 0)
         throw CommandError(ExitCode::NothingCameOut,
                            "no triangle came out of '" + options.in +
