@@ -54,10 +54,29 @@ constexpr std::array<std::array<std::uint16_t, 27>, 512> makeSteps()
     return steps;
 }
 
-// Three bits, dz ascending, to their places in a configuration: 9 apart.
+// The three low bits, dz ascending, to their places in a configuration: 9 apart.
 constexpr std::uint32_t spreadRow(u64 row)
 {
     return static_cast<std::uint32_t>((row & 1) | (row & 2) << 8 | (row & 4) << 16);
+}
+
+// The rows y-1, y, y+1 of one x, from z-1 on, where they do not lie in one block. getWord(dirY, dirZ) is the
+// word of that x in the block in that direction (0, 1, 2 as in blockPart).
+template <class GetWord>
+u64 gatherRows(GetWord getWord, int y, int z)
+{
+    u64 rows = 0;
+    for (int dy = -1; dy <= 1; ++dy) {
+        const int dirY = blockPart(y + dy);
+        const int shift = 8 * ((y + dy) & 7);
+        u64 row = (getWord(dirY, 1) >> shift & 0xff) << 1; // bit z is the cell below, z+2 the one above
+        if (z == 0)
+            row |= getWord(dirY, 0) >> shift >> 7 & 1;
+        else if (z == 7)
+            row |= (getWord(dirY, 2) >> shift & 1) << 9;
+        rows |= (row >> z & 7) << (8 * (dy + 1));
+    }
+    return rows;
 }
 
 } // namespace
@@ -178,22 +197,20 @@ std::uint32_t CellBlocks::getConfiguration(const CellLayer& layer, CellPos pos) 
 {
     const std::array<std::uint32_t, 27>& neigs = vNeigs[pos >> 9];
     const int x = pos >> 6 & 7, y = pos >> 3 & 7, z = pos & 7;
+    const bool bCrossesYZ = y == 0 || y == 7 || z == 0 || z == 7;
     std::uint32_t configuration = 0;
-    for (int dx = -1; dx <= 1; ++dx)
-        for (int dy = -1; dy <= 1; ++dy) {
-            const int shift = 3 * dy + dx + 4; // of the row's first cell in the configuration
-            const size_t dirRow = static_cast<size_t>(9 + blockPart(y + dy) * 3 + blockPart(x + dx));
-            const auto row = [&](size_t dirBlock) -> u64 {
-                const std::uint32_t block = neigs[dirBlock];
-                return block == NO_BLOCK ? 0 : layer[block].word[(x + dx) & 7] >> (8 * ((y + dy) & 7)) & 0xff;
-            };
-            u64 cells = row(dirRow) << 1; // bit z is the cell below, z+1 the one beside, z+2 the one above
-            if (z == 0)
-                cells |= row(dirRow - 9) >> 7;
-            else if (z == 7)
-                cells |= row(dirRow + 9) << 9;
-            configuration |= spreadRow(cells >> z & 7) << shift;
-        }
+    for (int dx = -1; dx <= 1; ++dx) {
+        const int dirX = blockPart(x + dx);
+        const size_t wordX = static_cast<size_t>(x + dx) & 7;
+        const auto getWord = [&](int dirY, int dirZ) -> u64 {
+            const std::uint32_t block = neigs[static_cast<size_t>(9 * dirZ + 3 * dirY + dirX)];
+            return block == NO_BLOCK ? 0 : layer[block].word[wordX];
+        };
+        // Three rows along z, 8 bits apart, each with its three cells in the low bits.
+        const u64 rows = bCrossesYZ ? gatherRows(getWord, y, z) : getWord(1, 1) >> (8 * (y - 1) + z - 1);
+        configuration |= (spreadRow(rows) | spreadRow(rows >> 8) << 3 | spreadRow(rows >> 16) << 6)
+                         << (dx + 1);
+    }
     return configuration;
 }
 
@@ -302,19 +319,14 @@ int CellBlocks::grow6(CellLayer& layer, int numRings, size_t maxCells)
 
 // --- numbers of cells ---
 
-CellRanks::CellRanks(const CellLayer& layer) : pLayer(&layer), vEntries(layer.numBlocks())
+CellRanks::CellRanks(const CellLayer& layer)
 {
-    for (size_t block = 0; block < vEntries.size(); ++block) {
-        Entry& entry = vEntries[block];
-        entry.first = static_cast<std::uint32_t>(numCells);
-        size_t numBefore = 0;
-        for (size_t i = 0; i < 8; ++i) {
-            entry.before[i] = static_cast<std::uint16_t>(numBefore);
-            numBefore += static_cast<size_t>(std::popcount(layer[block].word[i]));
+    vEntries.reserve(8 * layer.numBlocks());
+    for (size_t block = 0; block < layer.numBlocks(); ++block)
+        for (const u64 word : layer[block].word) {
+            vEntries.push_back({word, numCells});
+            numCells += static_cast<size_t>(std::popcount(word));
         }
-        numCells += numBefore;
-    }
-    zanAssert(numCells <= 0xffffffff);
 }
 
 // --- small components ---

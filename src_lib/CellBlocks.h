@@ -97,6 +97,18 @@ public:
     // Which cells of the 3x3x3 block around pos stand in the layer: bit dir27 for each, bit 13 for pos.
     std::uint32_t getConfiguration(const CellLayer& layer, CellPos pos) const;
 
+    // Calls f(neig, dir27) for each of the 26 neighbours that stands in the layer and whose direction is set
+    // in dirs, a configuration. The layer may change meanwhile.
+    template <class F>
+    void forEachNeig(const CellLayer& layer, CellPos pos, std::uint32_t dirs, F f) const
+    {
+        dirs &= getConfiguration(layer, pos) & ~(std::uint32_t{1} << CENTRE);
+        for (; dirs != 0; dirs &= dirs - 1) {
+            const int dir = std::countr_zero(dirs);
+            f(step(pos, dir), dir);
+        }
+    }
+
     // The cells of a block whose six face neighbours all stand in the layer.
     CellBits getInner(const CellLayer& layer, size_t block) const;
 
@@ -120,8 +132,8 @@ private:
     std::vector<std::array<std::uint32_t, 27>> vNeigs; // by dir27; the centre entry is the block itself
 };
 
-// Numbers the cells of a layer from 0 in ascending position, for flat arrays of records. Becomes invalid when
-// the layer changes. 20 bytes a block.
+// Numbers the cells of a layer from 0 in ascending position, for flat arrays of records. Holds a copy of the
+// cells, so that a look-up reads one place: the layer may change or go. 128 bytes a block.
 class CellRanks
 {
 public:
@@ -129,22 +141,20 @@ public:
 
     size_t size() const { return numCells; }
 
-    // The number of a cell, which must stand in the layer.
+    // The number of a cell, which must have stood in the layer.
     size_t operator()(CellPos pos) const
     {
-        const Entry& entry = vEntries[pos >> 9];
-        const size_t x = pos >> 6 & 7;
-        const u64 below = pLayer->operator[](pos >> 9).word[x] & ((u64{1} << (pos & 63)) - 1);
-        return entry.first + entry.before[x] + static_cast<size_t>(std::popcount(below));
+        const Entry& entry = vEntries[pos >> 6];
+        const u64 below = entry.word & ((u64{1} << (pos & 63)) - 1);
+        return entry.first + static_cast<size_t>(std::popcount(below));
     }
 
 private:
     struct Entry {
-        std::uint32_t first;                 // cells in earlier blocks
-        std::array<std::uint16_t, 8> before; // cells in earlier words of the block
+        u64 word;
+        u64 first; // cells in earlier words
     };
-    const CellLayer* pLayer; // not owned
-    std::vector<Entry> vEntries;
+    std::vector<Entry> vEntries; // 8 for each block
     size_t numCells = 0;
 };
 

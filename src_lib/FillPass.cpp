@@ -25,10 +25,6 @@ constexpr size_t SPACE_PER_CELL = 64;
 constexpr size_t MAX_POCKET_CELLS = 9; // a larger component is the open space outside
 constexpr int POCKET_RINGS = 2;
 
-constexpr int FACE_DIRS[6] = {12, 14, 10, 16, 4, 22};
-constexpr int ALL_DIRS[26] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                              14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26};
-
 std::vector<u64> getSortedRCDs(const CellBlocks& blocks, const CellLayer& layer)
 {
     std::vector<u64> vRCD;
@@ -84,8 +80,7 @@ void FillPass::rcdmch_createRCDBoxes(size_t numLayerCells, int dist)
     candidates.subtract(alive);
     open = candidates;
     ranks.emplace(candidates);
-    vDist.assign(ranks->size(), UNREACHED);
-    vSourceOf.assign(ranks->size(), 0);
+    vBoxes.assign(ranks->size(), {UNREACHED, 0});
 }
 
 // Every cell of the layer in the space offers its point to the candidates around it.
@@ -97,24 +92,18 @@ void FillPass::rcdmch_createPrioq(const std::vector<std::pair<u64, Point3*>>& vR
         const CellPos pos = blocks.find(rcd);
         if (!space.test(pos))
             continue;
+        const Vector3 offset = *pPoint - pCalc->getCellMid_RCD(rcd);
+        Source source{0,
+                      0,
+                      0,
+                      static_cast<float>(offset.x() * invCellSize),
+                      static_cast<float>(offset.y() * invCellSize),
+                      static_cast<float>(offset.z() * invCellSize)};
+        rcdToXYZ(rcd, source.x, source.y, source.z);
         const auto iSource = static_cast<std::uint32_t>(vSources.size());
-        for (const int dir : ALL_DIRS) {
-            const CellPos neig = blocks.step(pos, dir);
-            if (neig == NO_CELL || !candidates.test(neig))
-                continue;
-            if (vSources.size() == iSource) {
-                const Vector3 offset = *pPoint - pCalc->getCellMid_RCD(rcd);
-                Source source{0,
-                              0,
-                              0,
-                              static_cast<float>(offset.x() * invCellSize),
-                              static_cast<float>(offset.y() * invCellSize),
-                              static_cast<float>(offset.z() * invCellSize)};
-                rcdToXYZ(rcd, source.x, source.y, source.z);
-                vSources.push_back(source);
-            }
-            offerSource(queue, neig, iSource);
-        }
+        vSources.push_back(source);
+        blocks.forEachNeig(candidates, pos, CONFIG27_ALL,
+                           [&](CellPos neig, int) { offerSource(queue, neig, iSource); });
     }
 }
 
@@ -128,21 +117,13 @@ void FillPass::rcdmch_march(CellQueue& queue)
         if (!open.test(pos))
             continue; // an earlier, better entry of this cell came first
         open.clear(pos);
-        const std::uint32_t iSource = vSourceOf[(*ranks)(pos)];
-        const auto offer = [&](int dir) {
-            const CellPos neig = blocks.step(pos, dir);
-            if (neig != NO_CELL && open.test(neig))
-                offerSource(queue, neig, iSource);
-        };
-        if (entry.first < 1.0f)
-            std::for_each(std::begin(ALL_DIRS), std::end(ALL_DIRS), offer);
-        else
-            std::for_each(std::begin(FACE_DIRS), std::end(FACE_DIRS), offer);
+        const std::uint32_t iSource = vBoxes[(*ranks)(pos)].iSource;
+        const std::uint32_t dirs = entry.first < 1.0f ? CONFIG27_ALL : CONFIG27_FACES;
+        blocks.forEachNeig(open, pos, dirs, [&](CellPos neig, int) { offerSource(queue, neig, iSource); });
     }
     space = CellLayer();
     open = CellLayer();
     std::vector<Source>().swap(vSources);
-    std::vector<std::uint32_t>().swap(vSourceOf);
 }
 
 // The candidate takes the source if it is nearer than the one it has.
@@ -155,11 +136,10 @@ void FillPass::offerSource(CellQueue& queue, CellPos pos, std::uint32_t iSource)
     const float dy = static_cast<float>(y - source.y) - source.offY;
     const float dz = static_cast<float>(z - source.z) - source.offZ;
     const float dist = std::sqrt(dx * dx + dy * dy + dz * dz);
-    const size_t number = (*ranks)(pos);
-    if (dist >= vDist[number])
+    RCDBox& box = vBoxes[(*ranks)(pos)];
+    if (dist >= box.dist)
         return;
-    vDist[number] = dist;
-    vSourceOf[number] = iSource;
+    box = {dist, iSource};
     queue.push(dist, pos);
 }
 
@@ -202,10 +182,10 @@ void FillPass::joinPockets(const std::vector<CellPos>& vPockets)
     for (const CellPos pos : vPockets)
         candidates.set(pos);
     ranks.emplace(candidates);
-    std::vector<float> vOldDist(ranks->size(), UNREACHED);
-    vOldDist.swap(vDist);
+    std::vector<RCDBox> vOldBoxes(ranks->size(), {UNREACHED, 0});
+    vOldBoxes.swap(vBoxes);
     size_t iOld = 0; // both numberings ascend with the position
-    oldCandidates.forEach([&](CellPos pos) { vDist[(*ranks)(pos)] = vOldDist[iOld++]; });
+    oldCandidates.forEach([&](CellPos pos) { vBoxes[(*ranks)(pos)] = vOldBoxes[iOld++]; });
 
     std::vector<CellPos> vWaiting = vPockets;
     std::vector<std::pair<CellPos, float>> vReached;
@@ -213,16 +193,13 @@ void FillPass::joinPockets(const std::vector<CellPos>& vPockets)
         vReached.clear();
         for (const CellPos pos : vWaiting) {
             float dist = UNREACHED;
-            for (const int dir : FACE_DIRS) {
-                const CellPos neig = blocks.step(pos, dir);
-                if (neig != NO_CELL && candidates.test(neig))
-                    dist = std::min(dist, getDist(neig));
-            }
+            blocks.forEachNeig(candidates, pos, CONFIG27_FACES,
+                               [&](CellPos neig, int) { dist = std::min(dist, getDist(neig)); });
             if (dist < UNREACHED)
                 vReached.emplace_back(pos, dist);
         }
         for (const auto& [pos, dist] : vReached)
-            vDist[(*ranks)(pos)] = dist;
+            vBoxes[(*ranks)(pos)].dist = dist;
         std::erase_if(vWaiting, [&](CellPos pos) { return getDist(pos) < UNREACHED; });
     } while (!vReached.empty());
 }

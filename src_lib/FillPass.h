@@ -46,6 +46,12 @@ private:
 
     enum class Order { BY_DIST, BY_CODE };
 
+    // What the march knows of a candidate: the distance to a surface point, and which one that is.
+    struct RCDBox {
+        float dist;
+        std::uint32_t iSource;
+    };
+
     // A surface point as a source of distances: its cell, and its place relative to the cell's centre.
     struct Source {
         int x, y, z;
@@ -71,7 +77,7 @@ private:
     std::vector<CellPos> reclassifyAround(const std::vector<CellPos>& vChanged);
     size_t prune(bool bFull, Order order, CellLayer& removable, std::vector<CellPos>* pDoomed);
     CellLayer getExposed(const CellLayer& part) const;
-    float getDist(CellPos pos) const { return vDist[(*ranks)(pos)]; }
+    float getDist(CellPos pos) const { return vBoxes[(*ranks)(pos)].dist; }
 
     const RemovalRules& rules;
     CellBlocks& blocks;
@@ -79,14 +85,13 @@ private:
     CellLayer& border;
     CellLayer candidates;
     std::optional<CellRanks> ranks; // numbers of the candidates
-    std::vector<float> vDist;       // distance of each candidate, by number
+    std::vector<RCDBox> vBoxes;     // of the candidates, by number
     float maxDist = 0.0f;           // distances expected
 
     // Of the march only.
-    CellLayer space;                      // all cells within the rings
-    CellLayer open;                       // candidates whose distance is not final
-    std::vector<Source> vSources;         // surface points next to candidates
-    std::vector<std::uint32_t> vSourceOf; // the source of each candidate's distance, by number
+    CellLayer space;              // all cells within the rings
+    CellLayer open;               // candidates whose distance is not final
+    std::vector<Source> vSources; // surface points next to candidates
 };
 
 } // namespace TESK_ZAN

@@ -16,22 +16,6 @@ namespace
 constexpr size_t MAX_FALSE_BORDER = 30;
 constexpr size_t MAX_FALSE_BORDER_FIRST = 100;
 
-bool isFace(int dir27)
-{
-    return dir27 == 12 || dir27 == 14 || dir27 == 10 || dir27 == 16 || dir27 == 4 || dir27 == 22;
-}
-
-// Calls f(pos, dir27) for each of the 26 neighbours that stands in the layer.
-template <class F>
-void forEachNeig(const CellBlocks& blocks, const CellLayer& layer, CellPos pos, F f)
-{
-    std::uint32_t rest = blocks.getConfiguration(layer, pos) & ~CONFIG27_CENTRE;
-    for (; rest != 0; rest &= rest - 1) {
-        const int dir = std::countr_zero(rest);
-        f(blocks.step(pos, dir), dir);
-    }
-}
-
 } // namespace
 
 // Removes the candidates that close no gap, furthest first: at first not at the rim, so that the layer keeps
@@ -60,7 +44,8 @@ CellLayer FillPass::getUnprotected(const CellLayer& kept) const
             return;
         vTouched.clear();
         for (const CellPos pos : vComponent)
-            forEachNeig(blocks, border, pos, [&](CellPos neig, int) { vTouched.push_back(neig); });
+            blocks.forEachNeig(border, pos, CONFIG27_ALL,
+                               [&](CellPos neig, int) { vTouched.push_back(neig); });
         std::sort(vTouched.begin(), vTouched.end());
         const auto end = std::unique(vTouched.begin(), vTouched.end());
         const auto numTouched = static_cast<size_t>(end - vTouched.begin());
@@ -82,7 +67,7 @@ bool FillPass::isLooseEnd(CellPos pos, const CellLayer& kept) const
         return false;
     int numNeigs = 0;
     bool bAllNew = true;
-    forEachNeig(blocks, alive, pos, [&](CellPos neig, int) {
+    blocks.forEachNeig(alive, pos, CONFIG27_ALL, [&](CellPos neig, int) {
         ++numNeigs;
         bAllNew = bAllNew && isNewBorder(neig);
     });
@@ -157,7 +142,7 @@ std::vector<CellPos> FillPass::reclassifyAround(const std::vector<CellPos>& vCha
     };
     for (const CellPos pos : vChanged) {
         update(pos);
-        forEachNeig(blocks, alive, pos, [&](CellPos neig, int) {
+        blocks.forEachNeig(alive, pos, CONFIG27_ALL, [&](CellPos neig, int) {
             if (update(neig))
                 vAll.push_back(neig);
         });
@@ -166,7 +151,7 @@ std::vector<CellPos> FillPass::reclassifyAround(const std::vector<CellPos>& vCha
     for (const CellPos pos : vAll) {
         if (border.test(pos))
             vBorder.push_back(pos);
-        forEachNeig(blocks, border, pos, [&](CellPos neig, int) { vBorder.push_back(neig); });
+        blocks.forEachNeig(border, pos, CONFIG27_ALL, [&](CellPos neig, int) { vBorder.push_back(neig); });
     }
     std::sort(vBorder.begin(), vBorder.end());
     vBorder.erase(std::unique(vBorder.begin(), vBorder.end()), vBorder.end());
@@ -182,13 +167,12 @@ std::vector<CellPos> FillPass::reclassifyAround(const std::vector<CellPos>& vCha
 // goes: in a thick layer this spares most cells the wait.
 size_t FillPass::prune(bool bFull, Order order, CellLayer& removable, std::vector<CellPos>* pDoomed)
 {
-    CellLayer waiting; // in the queue
-    CellLayer held;    // left the queue and stayed
-    blocks.fit(waiting);
+    CellLayer held; // left the queue and stayed
     blocks.fit(held);
+    CellLayer idle = removable; // not in the queue, the held ones among them
     CellQueue queue(blocks, -maxDist, 0.0f);
     const auto wait = [&](CellPos pos) {
-        waiting.set(pos);
+        idle.clear(pos);
         queue.push(order == Order::BY_DIST ? -getDist(pos) : 0.0f, pos);
     };
     getExposed(removable).forEach(wait);
@@ -196,24 +180,23 @@ size_t FillPass::prune(bool bFull, Order order, CellLayer& removable, std::vecto
     size_t numDoomed = 0;
     while (!queue.empty()) {
         const CellPos pos = queue.pop().second;
-        waiting.clear(pos);
         const std::uint32_t configuration = blocks.getConfiguration(alive, pos);
         if (bFull ? rules.isGap(configuration) : !rules.isInner(configuration)) {
+            idle.set(pos);
             held.set(pos);
             continue;
         }
         alive.clear(pos);
-        removable.clear(pos);
         ++numDoomed;
         if (pDoomed)
             pDoomed->push_back(pos);
-        forEachNeig(blocks, removable, pos, [&](CellPos neig, int dir) {
-            if (!waiting.test(neig) && (isFace(dir) || held.test(neig))) {
-                held.clear(neig);
-                wait(neig);
-            }
+        blocks.forEachNeig(held, pos, CONFIG27_ALL, [&](CellPos neig, int) {
+            held.clear(neig);
+            wait(neig);
         });
+        blocks.forEachNeig(idle, pos, CONFIG27_FACES, [&](CellPos neig, int) { wait(neig); });
     }
+    removable.intersect(alive);
     return numDoomed;
 }
 

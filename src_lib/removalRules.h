@@ -23,6 +23,7 @@ namespace TESK_ZAN
 
 constexpr unsigned int CONFIG27_ALL = (1u << 27) - 1;
 constexpr unsigned int CONFIG27_CENTRE = 1u << 13;
+constexpr unsigned int CONFIG27_FACES = 1u << 4 | 1u << 10 | 1u << 12 | 1u << 14 | 1u << 16 | 1u << 22;
 
 // Squeezes bit 13 out, and back in as 1: between configurations and indices of the tables of 2^26 entries.
 constexpr unsigned int configToIndex26(unsigned int configuration)
