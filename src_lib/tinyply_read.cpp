@@ -433,7 +433,8 @@ void readTextRows(BlockReader& reader, const PlyElement& element, std::vector<bo
         for (; numInImage < numRows && image.size() < IMAGE_SIZE; ++numInImage)
             rows.appendRow(image);
         numRows -= numInImage;
-        decoder.decode(reinterpret_cast<const char*>(image.get()), image.size(), numInImage);
+        if (image.size() > 0) // else nothing of the element is wanted
+            decoder.decode(reinterpret_cast<const char*>(image.get()), image.size(), numInImage);
         image.clear();
     }
 }

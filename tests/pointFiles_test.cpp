@@ -1,6 +1,7 @@
 #include "pointFiles.h"
 
 #include "helpers/captured.h"
+#include "helpers/inFolder.h"
 #include "helpers/rawBytes.h"
 #include "helpers/tempDir.h"
 #include "random.h"
@@ -18,24 +19,11 @@
 using namespace TESK_ZAN;
 using zan_test::bytes;
 using zan_test::CapturedMessages;
+using zan_test::InFolder;
 using zan_test::TempDir;
 
 namespace
 {
-
-// Runs a test's fallback names inside its own folder.
-class InFolder
-{
-public:
-    explicit InFolder(const std::string& folder) : before(std::filesystem::current_path())
-    {
-        std::filesystem::current_path(folder);
-    }
-    ~InFolder() { std::filesystem::current_path(before); }
-
-private:
-    std::filesystem::path before;
-};
 
 std::vector<Point3> readAscii(const TempDir& dir, const std::string& content)
 {
