@@ -58,7 +58,7 @@ std::string toText(double value)
 // The highest level at which two different codes differ.
 int differenceLevel(u64 codeA, u64 codeB)
 {
-    return (std::bit_width(codeA ^ codeB) - 1) / 3;
+    return (static_cast<int>(std::bit_width(codeA ^ codeB)) - 1) / 3;
 }
 
 // Median (upper, for an even count) of the levels above 1 at which neighbours in code order part; -1 for

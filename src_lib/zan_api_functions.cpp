@@ -91,7 +91,7 @@ void findHoles(std::shared_ptr<Mesh> pMesh)
         ZAN_WARNING("no mesh");
         return;
     }
-    writeHolesScene(pMesh->getRMesh());
+    writeHolesScene(*pMesh->getRMesh());
 }
 
 void setGlobalNumCPU(int numCPU)
