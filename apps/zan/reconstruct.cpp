@@ -21,8 +21,9 @@ using namespace TESK_ZAN;
 namespace
 {
 
-// Bridges the pinholes of a clean even cloud, and is too short to join two sheets that lie near each other.
-constexpr int DEFAULT_FILL = 2;
+// Measured: closes the pinholes of clean even clouds (sphere, torus, cube, waves at 100,000 points) and keeps
+// two sheets at 6 point spacings apart, which 2 joins at their rims.
+constexpr int DEFAULT_FILL = 1;
 
 struct Options {
     std::string in;
