@@ -213,9 +213,13 @@ bool isHidden(const Position& p)
         double radius;
     };
     static constexpr Ball BALLS[] = {
-        {{0.36, -0.17, -0.19}, 0.085}, {{-0.38, -0.12, -0.2}, 0.07}, {{0.05, -0.42, -0.86}, 0.09},
-        {{0.2, -0.01, 0.74}, 0.05},    {{-0.03, 0.42, -0.86}, 0.07}, {{0.02, 0.28, 0.25}, 0.05},
-        {{0.33, -0.44, -0.2}, 0.06},
+        {{0.33, -0.25, -0.2}, 0.05},   // between arm and body
+        {{-0.44, -0.06, -0.27}, 0.04}, // the other arm
+        {{0.04, -0.35, -0.78}, 0.055}, // between the legs
+        {{-0.03, 0.42, -0.86}, 0.05},  // under the tail
+        {{0.02, 0.29, 0.25}, 0.04},    // behind the scarf
+        {{0.31, -0.45, -0.2}, 0.05},   // behind its end
+        {{-0.21, 0.13, 0.81}, 0.03},   // behind an ear
     };
     for (const Ball& ball : BALLS) {
         const Position away = p - ball.centre;
@@ -376,7 +380,7 @@ void makeSampleScan(std::vector<Point3>& vPoints, size_t numPoints)
 {
     if (numPoints == 0)
         return;
-    constexpr double FIT = 7.88; // squared spacing times number of points, as it comes out
+    constexpr double FIT = 7.87; // squared spacing times number of points, as it comes out
     ScanSampler sampler(vPoints, std::sqrt(FIT / double(numPoints)), numPoints);
     sampler.run();
 }

@@ -33,7 +33,12 @@ public:
     explicit TaskRound(size_t numTasks) : pPool(shareTaskPool()) { vFutures.reserve(numTasks); }
 
     // Nobody may leave while a task still uses the caller's stack.
-    ~TaskRound() { waitForAll(); }
+    ~TaskRound()
+    {
+        for (std::future<int>& future : vFutures)
+            if (future.valid()) // not yet asked for its result
+                future.wait();
+    }
     TaskRound(const TaskRound&) = delete;
     TaskRound& operator=(const TaskRound&) = delete;
 
@@ -44,23 +49,15 @@ public:
         vFutures.push_back(pPool->push(std::ref(task)));
     }
 
-    // Waits for all tasks, then rethrows the exception of the first that has one.
+    // Returns when all tasks are over, or throws the exception of the first that has one; the destructor
+    // waits for the others then.
     void finish()
     {
-        waitForAll();
         for (std::future<int>& future : vFutures)
             future.get();
-        vFutures.clear();
     }
 
 private:
-    void waitForAll()
-    {
-        for (std::future<int>& future : vFutures)
-            if (future.valid())
-                future.wait();
-    }
-
     std::shared_ptr<TaskPool> pPool;
     std::vector<std::future<int>> vFutures;
 };
