@@ -76,8 +76,8 @@ void CMesh::addBundle(u64 ccd, double x, double y, double z)
     zanAssertText(pCalc->getCCD(pVtx.get()) == ccd, "pCalc->getCCD(pVtx)==ccd");
     auto pNew = std::make_unique<Bundle>(Bundle{pVtx.get(), ccd});
     vOwnBundles.push_back(pNew.get());
+    static_cast<void>(pVtx.release()); // both belong to vOwnBundles now
     Bundle* pBundle = pNew.release();
-    pVtx.release();
 
     sOwnCCD.tryEmplace(ccd, true);
     pCCDBundle->insert_or_assign(ccd, pBundle);

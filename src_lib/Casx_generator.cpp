@@ -55,7 +55,7 @@ void printTable(std::ostream& os, const CasxRows& rows, F print)
         const int base = rows.vBaseOf[std::size_t(config)];
         os << "\t\t\t";
         for (int slot = 0; slot < CASX_SLOTS; ++slot) {
-            print(std::size_t(config * CASX_SLOTS + slot));
+            print(std::size_t(config) * CASX_SLOTS + std::size_t(slot));
             os << (config == 255 && slot == CASX_SLOTS - 1 ? "" : ",");
         }
         os << COMMENT_COLUMN;
@@ -100,7 +100,7 @@ void Casx::writeScenes() const
 {
     const Calc calc(0, 0, 0, SHOW_SIZE, SHOW_SIZE, SHOW_SIZE, SHOW_LEVELS);
     for (const CasxBaseRow& base : CASX_BASE_ROWS) {
-        const bool bEmpty = vTriVec[std::size_t(base.config * CASX_SLOTS)] == CASX_END;
+        const bool bEmpty = vTriVec[std::size_t(base.config) * CASX_SLOTS] == CASX_END;
         Visualizer3 vis("baseConfig_" + std::to_string(base.config) + (bEmpty ? "_empty" : "") + ".list",
                         &calc, true);
         showConfig(base.config, showPlace(base.config), &calc, vis);

@@ -117,13 +117,10 @@ CubeBlocks::MemberWords CubeBlocks::collectMembers(u64 keyBlock) const
     std::array<u64, 8> seen{};
     for (std::size_t d = 0; d < 8; ++d) {
         u64 code = keyBlock;
-        bool bInside = true;
         for (const Axis& axis : AXES)
-            if (d & (axis.codeMask & 7)) {
-                bInside = bInside && (code & axis.codeMask) != 0;
-                code = stepDown(code, axis);
-            }
-        seen[d] = bInside ? bitsOf(code) : 0;
+            if (d & (axis.codeMask & 7))
+                code = stepDown(code, axis); // below 0 this wraps to a coordinate beyond all blocks
+        seen[d] = bitsOf(code);
     }
     for (const Axis& axis : AXES)
         for (std::size_t d = 0; d < 8; ++d)

@@ -66,7 +66,7 @@ Voro::~Voro() = default;
 
 CMesh* Voro::getCMesh()
 {
-    pMeshOwned.release();
+    static_cast<void>(pMeshOwned.release()); // the caller's from now on
     return pMesh;
 }
 
@@ -85,9 +85,9 @@ int Voro::getConfig(u64 vcd, const std::vector<u64>& vMemberCBS) const
         }
         const u64 res_xor = ccd ^ vcd;
         zanAssertText(res_xor != 0, "res_xor!=0");
-        const int sx = int{(res_xor & CCD_X) == 0}, sy = int{(res_xor & CCD_Y) == 0},
-                  sz = int{(res_xor & CCD_Z) == 0};
-        const std::size_t agreement = std::size_t(sz + 2 * sy + 4 * sx);
+        const std::size_t sx = (res_xor & CCD_X) == 0, sy = (res_xor & CCD_Y) == 0,
+                          sz = (res_xor & CCD_Z) == 0;
+        const std::size_t agreement = sz + 2 * sy + 4 * sx;
         if (agreement == VALUE_BY_AGREEMENT.size())
             zanFail(); // a code with bit 63
         config += VALUE_BY_AGREEMENT[agreement];

@@ -84,7 +84,7 @@ bool countFits(std::size_t count, int deg)
 
 } // namespace
 
-void createCC(std::vector<CEdge*> vCE, std::vector<std::vector<CEdge*>>& vvCC)
+void createCC(const std::vector<CEdge*>& vCE, std::vector<std::vector<CEdge*>>& vvCC)
 {
     EdgesAtVertices edges(vCE);
     std::vector<CEdge*> vWork;

@@ -13,7 +13,7 @@ class CTriangle;
 // The components of the edges under shared vertices, in order of their first edge in vCE; within a component
 // the edges ascend by creation number. vvCC is appended to. An edge given twice is a failed condition
 // ("num==vCE.size()"). O(n log n).
-void createCC(std::vector<CEdge*> vCE, std::vector<std::vector<CEdge*>>& vvCC);
+void createCC(const std::vector<CEdge*>& vCE, std::vector<std::vector<CEdge*>>& vvCC);
 
 // Counts for each edge how many alive triangles of vCT hold it and appends the edges whose count fits deg, in
 // ascending order of creation number: -4 even and above 2, -3 above 2, -2 even, -1 odd, any other value
