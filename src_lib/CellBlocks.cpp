@@ -153,11 +153,14 @@ CellPos CellBlocks::find(u64 rcd) const
 
 std::uint32_t CellBlocks::touchBlock(u64 corner)
 {
+    if (lastTouched < vCorner.size() && vCorner[lastTouched] == corner)
+        return lastTouched; // sorted cells come in runs
     zanAssert(vCorner.size() < NO_BLOCK);
     const auto fresh = static_cast<std::uint32_t>(vCorner.size());
     const auto [pBlock, bNew] = mCorner2Block.tryEmplace(corner, fresh);
+    lastTouched = *pBlock;
     if (!bNew)
-        return *pBlock;
+        return lastTouched;
 
     vCorner.push_back(corner);
     vNeigs.emplace_back();

@@ -1,5 +1,5 @@
 // Subsystem: grid. Builds on: definitions, FlatMap.
-// Used by: FillPass, Prepare.
+// Used by: Thinning, FillPass, Prepare.
 // A sparse lattice of cells in blocks of 8x8x8, one bit per cell. Unlike RCDStore it holds many sets (layers)
 // over the same blocks, works on 64 cells at a time where it can, and numbers the cells of a set, so that
 // records of cells can stand in flat arrays.
@@ -128,6 +128,7 @@ private:
     static const std::array<std::array<std::uint16_t, 27>, 512> STEPS;
 
     TESK_TOOLS::FlatMap<u64, std::uint32_t, TESK_TOOLS::U64Hash> mCorner2Block;
+    std::uint32_t lastTouched = NO_BLOCK;
     std::vector<u64> vCorner;                          // RCD of each block's lowest cell
     std::vector<std::array<std::uint32_t, 27>> vNeigs; // by dir27; the centre entry is the block itself
 };

@@ -3,7 +3,7 @@
 #include "Calc.h"
 #include "FillPass.h"
 #include "Progress.h"
-#include "RemoveDeciderFast.h"
+#include "Thinning.h"
 #include "messages.h"
 #include "sortMT.h"
 #include "stageTrace.h"
@@ -99,22 +99,9 @@ void Prepare::createRCDs()
 {
     const StageTimer stage("createRCDs");
     const RCDPoints vFat = createRepresentatives();
-    std::vector<u64> vFatRCD(vFat.size());
-    std::transform(vFat.begin(), vFat.end(), vFatRCD.begin(), [](const auto& entry) { return entry.first; });
-
-    std::vector<u64> vDoomedRCD;
-    RemoveDeciderFast decider(vFatRCD, pCalc);
-    {
-        const StageTimer stagePrune("createRCDs_prune");
-        // Borders stay: with them free to go, an open sheet is eaten from its rim to nothing.
-        constexpr bool bMayRemoveBorders = false;
-        constexpr bool bProtectBorderComponents = false;
-        decider.prune(vFat, vFatRCD, vAllRCDsrt, vDoomedRCD, bMayRemoveBorders, bProtectBorderComponents);
-    }
-    decider.detectBorders(vAreaRCDsrt, vBorderRCDsrt);
-    sortMT(vAreaRCDsrt.begin(), vAreaRCDsrt.end());
-    sortMT(vBorderRCDsrt.begin(), vBorderRCDsrt.end());
-    takeKeptPoints(vFat);
+    const std::vector<CellPos> vFatPos = createLayers(vFat);
+    thin(vFat, vFatPos);
+    takeKeptCells(vFat, vFatPos);
     zanAssert(vRCD2Vtxsrt.size() == vAllRCDsrt.size());
     zanAssert(vAllRCDsrt.size() == vAreaRCDsrt.size() + vBorderRCDsrt.size());
 }
@@ -149,21 +136,64 @@ RCDPoints Prepare::createRepresentatives() const
     return vFat;
 }
 
-// Copies the points of the kept cells into the pool, by a walk over both sorted lists.
-void Prepare::takeKeptPoints(const RCDPoints& vFat)
+// All cells come alive; gives their positions.
+std::vector<CellPos> Prepare::createLayers(const RCDPoints& vFat)
 {
+    const StageTimer stage("createRCDs_layers");
+    blocks.reserve(vFat.size());
+    std::vector<CellPos> vFatPos;
+    vFatPos.reserve(vFat.size());
+    for (const auto& entry : vFat)
+        vFatPos.push_back(blocks.touch(entry.first));
+    blocks.fit(alive);
+    blocks.fit(border);
+    for (const CellPos pos : vFatPos)
+        alive.set(pos);
+    return vFatPos;
+}
+
+// Points near the middle of their cell give way first. Borders stay: with them free to go, an open sheet is
+// eaten from its rim to nothing.
+void Prepare::thin(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos)
+{
+    const StageTimer stage("createRCDs_prune");
+    const CellRanks ranks(alive);
+    std::vector<double> vWeights(vFat.size());
+    forRangeMT(vFat.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            vWeights[ranks(vFatPos[i])] = (*vFat[i].second - pCalc->getCellMid_RCD(vFat[i].first)).length();
+    });
+    Thinning(blocks, alive, ranks, vWeights).run();
+}
+
+// Splits what is left into area and border, and copies its points into the pool.
+void Prepare::takeKeptCells(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos)
+{
+    const StageTimer stage("createRCDs_take");
+    const RemovalRules& rules = RemovalRules::get();
+    enum Kind : unsigned char { DOOMED, AREA, BORDER };
+    std::vector<unsigned char> vKinds(vFat.size());
+    forRangeMT(vFat.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            if (alive.test(vFatPos[i]))
+                vKinds[i] = rules.isBorder(blocks.getConfiguration(alive, vFatPos[i])) ? BORDER : AREA;
+    });
+
     constexpr int AUTOMATIC_GROWTH = -1;
-    zanAssert(vAllRCDsrt.size() < static_cast<size_t>(std::numeric_limits<int>::max()));
-    poolPoints.init(static_cast<int>(vAllRCDsrt.size()), AUTOMATIC_GROWTH);
-    vRCD2Vtxsrt.reserve(vAllRCDsrt.size());
-    auto it1 = vFat.begin();
-    for (auto it2 = vAllRCDsrt.begin(); it2 != vAllRCDsrt.end(); ++it1) {
-        zanAssert(it1 != vFat.end());
-        if (it1->first < *it2)
+    const size_t numKept = alive.count();
+    zanAssert(numKept < static_cast<size_t>(std::numeric_limits<int>::max()));
+    poolPoints.init(static_cast<int>(numKept), AUTOMATIC_GROWTH);
+    vRCD2Vtxsrt.reserve(numKept);
+    vAllRCDsrt.reserve(numKept);
+    for (size_t i = 0; i < vFat.size(); ++i) {
+        if (vKinds[i] == DOOMED)
             continue;
-        zanAssert(it1->first == *it2);
-        vRCD2Vtxsrt.emplace_back(it1->first, new (poolPoints.newObject()) Point3(*it1->second));
-        ++it2;
+        const u64 rcd = vFat[i].first;
+        vRCD2Vtxsrt.emplace_back(rcd, new (poolPoints.newObject()) Point3(*vFat[i].second));
+        vAllRCDsrt.push_back(rcd);
+        (vKinds[i] == BORDER ? vBorderRCDsrt : vAreaRCDsrt).push_back(rcd);
+        if (vKinds[i] == BORDER)
+            border.set(vFatPos[i]);
     }
 }
 
@@ -218,25 +248,10 @@ int Prepare::getUsefulFillSize() const
     return std::min(fillSize, extent);
 }
 
-void Prepare::createLayers()
-{
-    blocks.reserve(vAllRCDsrt.size());
-    for (const u64 rcd : vAllRCDsrt)
-        blocks.touch(rcd);
-    blocks.fit(alive);
-    blocks.fit(border);
-    for (const u64 rcd : vAllRCDsrt)
-        alive.set(blocks.find(rcd));
-    for (const u64 rcd : vBorderRCDsrt)
-        border.set(blocks.find(rcd));
-}
-
 void Prepare::fillPass(int dist, bool bFullClean)
 {
     if (vBorderRCDsrt.empty())
         return; // nothing to close, and no border that could be false
-    if (blocks.numBlocks() == 0)
-        createLayers();
     const std::string name = "PD_" + std::to_string(dist);
     const StageTimer stage(name.c_str());
     std::vector<u64> vAdded;

@@ -1,4 +1,4 @@
-// Subsystem: intake. Builds on: Calc, CellBlocks, FillPass, RemoveDeciderFast, Progress, sortMT.
+// Subsystem: intake. Builds on: Calc, CellBlocks, Thinning, FillPass, Progress, sortMT.
 // Used by: Cloud.
 // From the raw points of a scan to a thin layer of working cells, one representative point each.
 #pragma once
@@ -72,10 +72,11 @@ public:
 
 private:
     RCDPoints createRepresentatives() const;
-    void takeKeptPoints(const RCDPoints& vFat);
+    std::vector<CellPos> createLayers(const RCDPoints& vFat);
+    void thin(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos);
+    void takeKeptCells(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos);
     void fillHoles();
     int getUsefulFillSize() const;
-    void createLayers();
     void takeFilledCells(const std::vector<u64>& vAdded, const std::vector<u64>& vRemoved);
     void deliver(std::vector<std::pair<u64, Point3>>& vResult, std::vector<u64>& vZeroCCD) const;
 

@@ -417,6 +417,44 @@ TEST(Prepare_createRCDs, thinsAStairToTheCornerConnectedLayer)
     EXPECT_EQ(vvCC.size(), 1u) << "the thinning tore the layer";
 }
 
+TEST(Prepare_createRCDs, thinsAsThePruningInGlobalOrderDoes)
+{
+    const Calc calc = makeCalc();
+    std::vector<Point3> vEvenSlab = cellPlane(12, 12); // equal weights: the codes decide
+    for (const Point3& point : cellPlane(12, 12))
+        vEvenSlab.emplace_back(point.x() + 1.0, point.y(), point.z() + static_cast<int>(point.x()) % 3);
+    std::vector<Point3> vVolume;
+    Random random(8);
+    for (int i = 0; i < 4000; ++i)
+        vVolume.emplace_back(20.0 * random.uniform(), 20.0 * random.uniform(), 20.0 * random.uniform());
+    for (std::vector<Point3> vPoints :
+         {vEvenSlab, vVolume, noisyPlane(0.5), noisySphere(4000, 0.3), noisySphere(4000, 1.5)}) {
+        std::map<u64, Point3> mCells; // one point a cell, so that representatives do not matter
+        for (const Point3& point : vPoints)
+            mCells.emplace(calc.getRCD(&point), point);
+        vPoints.clear();
+        for (const auto& entry : mCells)
+            vPoints.push_back(entry.second);
+        RCDPoints vRCDPoint;
+        std::vector<u64> vRCD;
+        for (auto& entry : mCells) {
+            vRCDPoint.emplace_back(entry.first, &entry.second);
+            vRCD.push_back(entry.first);
+        }
+        RemoveDeciderFast decider(vRCD, &calc);
+        std::vector<u64> vKept, vDoomed, vArea, vBorder;
+        decider.prune(vRCDPoint, vRCD, vKept, vDoomed, false, false);
+        decider.detectBorders(vArea, vBorder);
+
+        Prepare prepare(&vPoints, 0, &calc);
+        prepare.createRCDs();
+        EXPECT_FALSE(vDoomed.empty());
+        EXPECT_EQ(prepare.getAllRCDs(), vKept);
+        EXPECT_EQ(prepare.getAreaRCDs(), vArea);
+        EXPECT_EQ(prepare.getBorderRCDs(), vBorder);
+    }
+}
+
 TEST(Prepare_createRCDs, doesNotEatANoisyOpenSheet)
 {
     const Calc calc = makeCalc();
