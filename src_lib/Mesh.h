@@ -39,8 +39,8 @@ public:
     // All vertices that a triangle uses, once each, in a fixed order. vPoints must be empty.
     void getPoints(std::vector<Point3*>& vPoints) const;
 
-    // vVertices: as getPoints. vIndices: three indices into it per triangle, in the order of getTriangles.
-    // Both must be empty. Linear.
+    // vVertices: as getPoints, must be empty. vIndices: replaced by three indices into it per triangle, in
+    // the order of getTriangles. Linear.
     void getVertexIndexData(std::vector<Point3*>& vVertices, std::vector<int>& vIndices) const;
 
     // The mean length of all edges, in units of the input; -1.0 without triangles.

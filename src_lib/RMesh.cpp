@@ -427,7 +427,6 @@ size_t RMesh::getNumT() const
 void RMesh::getVertexIndexData(std::vector<Point3*>& vVertices, std::vector<int>& vIndices) const
 {
     constexpr int NO_INDEX = -1;
-    zanAssert(vIndices.empty());
     getPoints(vVertices);
     zanAssert(vVertices.size() <= static_cast<size_t>(std::numeric_limits<int>::max()));
     std::vector<int> vNumberToIndex(vVtx.size(), NO_INDEX);
@@ -435,6 +434,7 @@ void RMesh::getVertexIndexData(std::vector<Point3*>& vVertices, std::vector<int>
     for (const Point3* pVtx : vVertices)
         vNumberToIndex[numberOf(pVtx)] = numIndices++;
 
+    vIndices.clear();
     vIndices.reserve(3 * getNumT());
     for (const RTriangle* pRT : vT) {
         if (!pRT->isAlive())

@@ -31,16 +31,21 @@ class Visualizer3;
 //   1. Each entry of mPointVertex is found at its own position, and no two vertices have the same position.
 //   2. Each triangle in the list of a vertex is alive and has that vertex as a corner.
 //   3. The endpoints of an edge differ and ascend by number. A dead edge that can still be looked up stands
-//   in
-//      mDeadRE under the numbers of its endpoints; an alive edge is not there.
+//      in mDeadRE under the numbers of its endpoints; an alive edge is not there.
 //   4. Each triangle that is checked in on an edge has both endpoints and has that edge in the slot opposite
-//   its
-//      third corner; the third corners differ pairwise (twins break this until killDuplicateTriangles).
+//      its third corner; the third corners differ pairwise (twins break this until killDuplicateTriangles).
 //   5. For each alive triangle, edge i has the corners other than i, and each corner lists the triangle.
 //
 // An edge is looked up through the triangles at the endpoint that has fewer of them, which costs no memory;
-// only dead edges need a map. No lock: changes come from one thread, and readers may run in parallel between
-// them (RTriangle::getNNV fills a cache, so it is no reader).
+// only dead edges need a map. On a million vertices, in walks that follow the surface, this takes 13 ns
+// against 53 ns of a flat map of all edges (which would also cost 70 to 140 bytes per vertex); at random
+// places 280 against 150.
+//
+// Memory per vertex of a closed surface: 105 bytes for the vertex (record, two look-ups), 192 for two
+// triangles, 168 for three edges, and 16 for the patches.
+//
+// No lock: changes come from one thread, and readers may run in parallel between them (RTriangle::getNNV
+// fills a cache, so it is no reader).
 class RMesh
 {
 public:
@@ -102,7 +107,8 @@ public:
     void getCornerPoints(std::vector<Point3>& vPoints) const; // appends three per alive triangle
     size_t getNumT() const;                                   // alive ones; one pass
 
-    // As Mesh::getVertexIndexData. Both must be empty. Linear.
+    // Three indices into vVertices per alive triangle. vVertices: as getPoints, must be empty. vIndices is
+    // replaced. Linear.
     void getVertexIndexData(std::vector<Point3*>& vVertices, std::vector<int>& vIndices) const;
 
     double getAverageEdgeLength() const; // over alive edges; -1.0 if there is none

@@ -196,6 +196,15 @@ TEST(RMeshOperations, CollapseOfAnEdgeKillsItsTrianglesAndKeepsASphere)
     EXPECT_TRUE(vRT.empty());
 }
 
+TEST(RMeshOperations, TrianglesForgetTheirNormalWhenACornerIsExchanged)
+{
+    RealMesh mesh(IndexedMesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 1, 2}});
+    bool bOK = false;
+    EXPECT_EQ(mesh->getAllT()[0]->getNNV(bOK).z(), 1.0);
+    mesh->exchangeCorner(mesh.vtx(2), mesh.vtx(3));
+    EXPECT_EQ(mesh->getAllT()[0]->getNNV(bOK).y(), -1.0);
+}
+
 TEST(RMeshOperations, WeldMergesEdgesUpToDegreeThreeAndKillsNothing)
 {
     // Two triangles that touch in vertex 0 only, and a third one at 1 to make the merged edge overfull.

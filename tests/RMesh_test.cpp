@@ -154,6 +154,17 @@ TEST_F(RMeshTest, OrdersFollowCreationThoughThePoolsGrowInManyBlocks)
     EXPECT_TRUE(std::is_sorted(vNumbers.begin(), vNumbers.end()));
 }
 
+TEST_F(RMeshTest, TrianglesAtAVertexKeepTheirOrderWhenOneDies)
+{
+    RealMesh mesh(zan_test::octahedron());
+    std::vector<RTriangle*> vBefore, vAfter;
+    mesh->getIncidentT(mesh.vtx(4), vBefore);
+    ASSERT_EQ(vBefore.size(), 4u);
+    vBefore[1]->kill(mesh.pMesh.get());
+    mesh->getIncidentT(mesh.vtx(4), vAfter);
+    EXPECT_EQ(vAfter, (std::vector<RTriangle*>{vBefore[0], vBefore[2], vBefore[3]}));
+}
+
 TEST_F(RMeshTest, HubWithVeryManyTrianglesIsBuiltInLinearTime)
 {
     RMesh mesh(1.0);
@@ -425,9 +436,10 @@ TEST_F(RMeshTest, CornerQueriesOfATriangleAndItsFlippedForm)
 
 TEST_F(RMeshTest, LongestEdgeTiesGoTo01Then12)
 {
-    RealMesh mesh(IndexedMesh{{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1, 5, 0}}, {1, 2, 0, 0, 1, 3}});
+    RealMesh mesh(IndexedMesh{{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1, 5, 0}}, {1, 2, 0, 0, 1, 3, 0, 3, 1}});
     EXPECT_EQ(mesh->getAllT()[0]->getLargestEdgeICI(), 2);
     EXPECT_EQ(mesh->getAllT()[1]->getLargestEdgeICI(), 0); // 12 and 20 are equal
+    EXPECT_EQ(mesh->getAllT()[2]->getLargestEdgeICI(), 2); // 01 and 12 are equal
 }
 
 // ---- Cleaning ----
@@ -453,6 +465,21 @@ TEST_F(RMeshTest, TwinsAmongManyTrianglesOnOneEdgeAreFound)
     EXPECT_EQ(mesh->killDuplicateTriangles(), 3u);
     EXPECT_FALSE(pTwin->isAlive());
     EXPECT_EQ(mesh.edge(0, 1)->getDegree(), 3);
+}
+
+TEST_F(RMeshTest, TwinsDieInTheOrderOfTheVertexPairsNotOfTheEdgesCreation)
+{
+    IndexedMesh book;
+    for (int i = 0; i < 7; ++i)
+        book.vPoints.emplace_back(i, i * i, i * i * i);
+    for (const int apex : {1, 0, 1, 0, 2, 3}) // the edge (5, 6) comes first, its twins 1 and 0 in this order
+        book.vTriangles.insert(book.vTriangles.end(), {5, 6, apex});
+    RealMesh mesh(book);
+    EXPECT_EQ(mesh->killDuplicateTriangles(), 6u);
+    std::vector<RTriangle*> vRT;
+    mesh.edge(5, 6)->getAliveT(vRT); // (0, 5) stands before (5, 6), so the twin at 0 left this list first
+    EXPECT_EQ(vRT, (std::vector<RTriangle*>{mesh->getAllT()[0], mesh->getAllT()[1], mesh->getAllT()[4],
+                                            mesh->getAllT()[5]}));
 }
 
 TEST_F(RMeshTest, PatchesGetOneOrientationFromTheirFirstTriangle)
