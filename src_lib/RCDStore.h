@@ -1,5 +1,5 @@
-// Subsystem: grid. Builds on: RCDMatrix, Calc, FlatMap, SimplePool. Used by: gridComponents, removal
-// deciders, Prepare. A set of cells that answers which of a cell's neighbours exist, millions of times.
+// Subsystem: grid. Builds on: RCDMatrix, FlatMap, SimplePool. Used by: gridComponents, the removal deciders.
+// A set of cells that answers which of a cell's neighbours exist, millions of times.
 #pragma once
 
 #include "RCDMatrix.h"
@@ -34,7 +34,8 @@ public:
     RCDMatrix* getRCDMatrix(u64 rcd) const;
     RCDMatrix* findRCDMatrix(u64 rcd) const;
 
-    // The same with the matrix of some earlier cell (or null) as a first guess: cheap for cells in sorted order.
+    // The same with the matrix of an earlier cell (or null) as a first guess: cheap for cells in sorted
+    // order.
     RCDMatrix* findRCDMatrix(u64 rcd, RCDMatrix* pGuess) const
     {
         const bool bRight = pGuess != nullptr && pGuess->getUpperPart() == RCDMatrix::upperOf(rcd);

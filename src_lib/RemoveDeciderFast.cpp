@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <queue>
+#include <tuple>
 
 namespace TESK_ZAN
 {
@@ -185,7 +186,10 @@ struct DynamicEntry {
     u64 weight;
     u64 rcd;
 
-    auto operator<=>(const DynamicEntry&) const = default;
+    bool operator>(const DynamicEntry& other) const
+    {
+        return std::tie(crowd, weight, rcd) > std::tie(other.crowd, other.weight, other.rcd);
+    }
 };
 
 int crowdOf(PruningMode mode, unsigned int configuration)

@@ -1,7 +1,6 @@
-// Subsystem: grid. Builds on: removalRules (numbering only), messages. Used by: tests,
-// bench/removal_exhaustive. The removal rule by explicit search, cell by cell: slow, close to the wording of
-// the rule, and independent of the bit masks of removalRules, which it serves to check. Also writes the
-// answers for all neighbourhoods.
+// Subsystem: grid. Builds on: Calc, removalRules (numbering only), messages. Used by: tests, benchmarks.
+// The removal rule by explicit search, cell by cell: slow, close to the wording of the rule, and independent
+// of the bit masks of removalRules, which it serves to check. Also writes the answers for all neighbourhoods.
 #pragma once
 
 #include "definitions.h"

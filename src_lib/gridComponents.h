@@ -1,4 +1,4 @@
-// Subsystem: grid. Builds on: Calc, RCDStore. Used by: Prepare, the removal deciders, the wings.
+// Subsystem: grid. Builds on: Calc, RCDStore. Used by: Prepare, the wings.
 // Connected parts of sets of cells, and the small neighbourhood tests that go with them. The forms for mesh
 // edges are in meshComponents.h. None keeps state between calls.
 #pragma once

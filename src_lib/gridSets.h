@@ -1,4 +1,4 @@
-// Subsystem: grid. Builds on: Calc, sortMT. Used by: gridComponents, Prepare, the wings.
+// Subsystem: grid. Builds on: Calc, sortMT. Used by: Prepare, the wings.
 // Growth of sets of cells. All sets are plain vectors of RCDs.
 #pragma once
 
@@ -17,10 +17,9 @@ void getAll6Neigs(const std::vector<u64>& vIn, bool bSort, std::vector<u64>& vOu
 void getAll8Corners(const std::vector<u64>& vIn, bool bSort, std::vector<u64>& vOut);
 
 // vOut becomes the sorted list of all cells within numRings face steps of vIn, without the cells of vIn
-// itself when bKeepSeeds is false. vIn may be unsorted and may hold a cell twice; it must not be the same
-// vector as vOut. Cells beyond the ends of the lattice are left out. Works on runs of 64 cells along z: time
-// and memory go with the number of runs touched, which is between a sixth of the number of cells and (for
-// lone cells) that number; nothing but vOut is held per cell. Parallel.
+// itself when bKeepSeeds is false. vIn may be unsorted and may hold a cell twice. Cells beyond the ends of
+// the lattice are left out. A ring costs the number of runs of 64 cells along z that have been reached so far
+// (16 bytes each), which for a thick set is many times less than the number of cells. Parallel.
 void growRCDs(const std::vector<u64>& vIn, int numRings, bool bKeepSeeds, std::vector<u64>& vOut);
 
 } // namespace TESK_ZAN
