@@ -58,7 +58,7 @@ int main(int argc, char** argv)
     } catch (const TESK_ZAN::ZanBugException&) {
         return fail(
             ExitCode::InternalFailure,
-            "the library stopped at a condition that does not hold, see its report above. If a warning "
+            "the library stopped at a condition that does not hold, see its report above. If a message "
             "before it names a spacing that would fit, use that with --spacing; otherwise please report "
             "it with the input.");
     } catch (const std::bad_alloc&) {
