@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <future>
 #include <iterator>
@@ -27,18 +28,20 @@ namespace TESK_ZAN
 constexpr size_t MIN_PARALLEL = 1000;
 
 // Some tasks that run side by side on the pool of this layer, and are all over before their storage goes.
+//
+// An exception is kept here and not in the task's future: a worker lets go of a future only after it is
+// ready, so the exception could end on the worker while the caller is still about to look at it. Here the
+// worker has let go before, and the exception lives and ends on the calling thread.
 class TaskRound
 {
 public:
-    explicit TaskRound(size_t numTasks) : pPool(shareTaskPool()) { vFutures.reserve(numTasks); }
+    explicit TaskRound(size_t numTasks) : pPool(shareTaskPool()), vErrors(numTasks)
+    {
+        vFutures.reserve(numTasks);
+    }
 
     // Nobody may leave while a task still uses the caller's stack.
-    ~TaskRound()
-    {
-        for (std::future<int>& future : vFutures)
-            if (future.valid()) // not yet asked for its result
-                future.wait();
-    }
+    ~TaskRound() { waitForAll(); }
     TaskRound(const TaskRound&) = delete;
     TaskRound& operator=(const TaskRound&) = delete;
 
@@ -46,20 +49,35 @@ public:
     template <class Task>
     void push(Task& task)
     {
-        vFutures.push_back(pPool->push(std::ref(task)));
+        std::exception_ptr& error = vErrors[vFutures.size()];
+        vFutures.push_back(pPool->push([&task, &error](int idWorker) {
+            try {
+                task(idWorker);
+            } catch (...) {
+                error = std::current_exception();
+            }
+        }));
     }
 
-    // Returns when all tasks are over, or throws the exception of the first that has one; the destructor
-    // waits for the others then.
+    // Waits for all tasks, then throws the exception of the first that has one.
     void finish()
     {
-        for (std::future<int>& future : vFutures)
-            future.get();
+        waitForAll();
+        for (const std::exception_ptr& error : vErrors)
+            if (error != nullptr)
+                std::rethrow_exception(error);
     }
 
 private:
+    void waitForAll()
+    {
+        for (std::future<void>& future : vFutures)
+            future.wait();
+    }
+
     std::shared_ptr<TaskPool> pPool;
-    std::vector<std::future<int>> vFutures;
+    std::vector<std::exception_ptr> vErrors; // by task; not resized, since workers write into it
+    std::vector<std::future<void>> vFutures;
 };
 
 // ---- sort ------------------------------------------------------------------------------------------------
