@@ -114,8 +114,8 @@ TEST_F(CloudTest, tooFineSpacingFailsWithTheSpacingThatWouldFit)
     EXPECT_THROW(prepared(tooFine, vPoints), ZanBugException);
     EXPECT_TRUE(messages.has("BaseLevel out of range: 22"));
     EXPECT_TRUE(messages.has("Condition [ numCReal>=numReqC failed ]"));
-    EXPECT_TRUE(messages.has("use a spacing of at least 1.0010"));
-    Cloud fits("test", 1.0011, -1.0, false, 0);
+    EXPECT_TRUE(messages.has("use a spacing of at least 1.001"));
+    Cloud fits("test", 1.001, -1.0, false, 0);
     EXPECT_EQ(2u, numBundles(prepared(fits, vPoints)));
     Cloud tiny("test", 1e-300, -1.0, false, 0); // the quotient overflows
     EXPECT_THROW(prepared(tiny, vPoints), ZanBugException);
