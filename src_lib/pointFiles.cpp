@@ -52,21 +52,26 @@ bool extractPoint(const char* p, const char* end, Point3& point)
     return true;
 }
 
-// Line by line; reserves by the length of the lines so far once there are enough of them to tell.
+// Makes room for as many points as the file will hold if it goes on as it began, but never for more than four
+// times what it has shown to hold.
+void growForFile(const BlockReader& reader, std::uint64_t fileSize, AppendedPoints& appended)
+{
+    const double numSoFar = double(appended.size());
+    const double numExpected = numSoFar * double(fileSize) / double(reader.consumed());
+    appended.reserve(std::uint64_t(std::clamp(1.02 * numExpected, numSoFar + 1.0, 4.0 * numSoFar + 1000.0)));
+}
+
 void readLines(BlockReader& reader, std::uint64_t fileSize, std::vector<Point3>& vPoints,
                AppendedPoints& appended)
 {
-    constexpr size_t NUM_PROBE = 1000;
     std::string_view line;
     Point3 point;
     while (reader.nextLine(line)) {
         if (!extractPoint(line.data(), line.data() + line.size(), point))
             continue;
+        if (vPoints.size() == vPoints.capacity())
+            growForFile(reader, fileSize, appended);
         vPoints.push_back(point);
-        if (appended.size() == NUM_PROBE) {
-            const double perPoint = double(reader.consumed()) / double(NUM_PROBE);
-            appended.reserve(std::uint64_t(1.02 * double(fileSize) / perPoint));
-        }
     }
 }
 

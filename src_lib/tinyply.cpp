@@ -16,6 +16,9 @@ namespace TESK_ZAN::PLY
 namespace
 {
 
+// Far more than any header has, few enough that what a hostile one makes of each line does not add up.
+constexpr std::size_t MAX_HEADER_LINES = 100000;
+
 // Cuts the next word off the front of the line; empty at the end.
 std::string_view nextWord(std::string_view& line)
 {
@@ -129,7 +132,10 @@ std::uint8_t* Buffer::extend(std::size_t numMore)
 bool PlyFile::PlyFileImpl::parseHeader(std::istream& in)
 {
     std::string line;
-    while (std::getline(in, line)) {
+    for (std::size_t numLines = 1; std::getline(in, line); ++numLines) {
+        if (numLines > MAX_HEADER_LINES)
+            throw std::runtime_error("the header has more than " + std::to_string(MAX_HEADER_LINES) +
+                                     " lines");
         std::string_view rest = line;
         const std::string_view word = nextWord(rest);
         if (word.empty() || word == "ply" || word == "PLY")

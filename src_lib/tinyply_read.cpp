@@ -439,6 +439,9 @@ void readTextRows(BlockReader& reader, const PlyElement& element, std::vector<bo
     }
 }
 
+// What a character of text can become: two of them, a digit and a blank, are a double at most.
+constexpr u64 MAX_BYTES_PER_CHAR = 4;
+
 // Nothing is allocated or looped over before it is clear that the file can hold that many rows.
 void checkNumRows(const PlyElement& element, u64 minRowSize, u64 numBytes)
 {
@@ -463,7 +466,7 @@ void readBody(PlyFile::PlyFileImpl& file, std::istream& in, u64 numBytes)
         } else {
             // A value takes a character and a separator, which the last one in the file may lack.
             checkNumRows(element, 2 * element.vProperties.size(), numLeft + 1);
-            decoder.reserve(element.size, 4 * numLeft);
+            decoder.reserve(element.size, MAX_BYTES_PER_CHAR * numLeft);
             std::vector<bool> vWanted(element.vProperties.size());
             for (std::size_t k = 0; k < vWanted.size(); ++k)
                 vWanted[k] = file.mLookups.contains({i, k});

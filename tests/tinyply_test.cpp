@@ -138,6 +138,17 @@ TEST(PlyHeader, malformedLinesAreNamed)
             << size;
 }
 
+TEST(PlyHeader, endlessHeadersAreRefusedBeforeTheyFillTheMemory)
+{
+    std::string text = "ply\n";
+    for (int i = 0; i < 100000; ++i)
+        text += "element a 0\n";
+    std::istringstream in(text + "end_header\n");
+    PlyFile ply;
+    EXPECT_NE(messageOf([&] { ply.parseHeader(in); }).find("the header has more than 100000 lines"),
+              std::string::npos);
+}
+
 TEST(PlyHeader, bothWordsOfEachTypeAreUnderstood)
 {
     const std::vector<std::pair<const char*, const char*>> vWords{
