@@ -43,7 +43,8 @@ std::vector<TESK_ZAN::Point3> makeTorus()
             const double around = fullTurn * i / numAround;
             const double tube = fullTurn * j / numTube;
             const double radius = 1.0 + 0.4 * std::cos(tube);
-            TESK_ZAN::Point3 point(radius * std::cos(around), radius * std::sin(around), 0.4 * std::sin(tube));
+            TESK_ZAN::Point3 point(radius * std::cos(around), radius * std::sin(around),
+                                   0.4 * std::sin(tube));
             point.setColor(static_cast<unsigned char>(255 * i / numAround),
                            static_cast<unsigned char>(255 * j / numTube), 128, 255);
             vPoints.push_back(point);
