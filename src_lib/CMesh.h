@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,7 +23,10 @@
 namespace TESK_ZAN
 {
 
+class CPatch;
 class Voro;
+
+using BorderPatches = std::vector<std::pair<u64, CPatch*>>; // contract: CPatch.h
 
 // The mesh may be non-manifold: an edge can hold any number of triangles. Points are only read to measure
 // angles and lengths. One thread at a time; only sorts and the clearing of flags are parallel.
@@ -68,7 +72,7 @@ public:
     // A hint that the mesh will have about this many vertices. To be called while the mesh is empty.
     void reserve(std::size_t numVertices);
 
-    // Removes all triangles and edges and gives their memory back. Bundles stay.
+    // Removes all patches, triangles and edges and gives their memory back. Bundles stay.
     void clear();
 
     // Makes a triangle with this orientation, and its edges where they are missing. The corners must differ.
@@ -109,6 +113,24 @@ public:
 
     // Clears the mark bVisited of all triangles.
     void clearVisited();
+
+    // --- patches: CMesh_patches.cpp ---
+    // The mesh owns the patches that it makes. The next division and clear delete them; no triangle names one
+    // that is gone.
+
+    // Divides the alive triangles into patches: maximal sets that hang together over edges of degree 2 that
+    // are no fences (psFences may be null). The order of patches is that of their first triangles in getT.
+    // Replaces the contents of the other three: the patches; their borders (see there); the edges of degree
+    // above 2, by creation number. O(n), and O(b log b) for b such edges.
+    void createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>& vPatchesOut,
+                       BorderPatches& mBorderCCD2Patch, std::vector<CEdge*>& vBorderME);
+
+    // One patch for each set of triangles that hangs together over edges of any degree.
+    void createCCPatches();
+
+    // Of the last division.
+    const std::vector<CPatch*>& getPatches() const { return vPatches; }
+    void clearPatches();
 
     // --- vertices: CMesh_vertices.cpp ---
 
@@ -188,6 +210,8 @@ private:
     void forEachEdgeAt(u64 ccd, F f) const;
     void edgeDied(CEdge* pCE);
     void destroyEdges();
+    CPatch* addPatch(const std::vector<CTriangle*>& vCT, const std::vector<CEdge*>& vRimCE);
+    void destroyPatches();
 
     bool linkTest(u64 src, u64 trg) const;
     void moveTriangles(u64 src, u64 trg);
@@ -211,6 +235,9 @@ private:
     std::vector<CTriangle*> vMeshT; // owned through the pools
     std::vector<CEdge*> vMeshE;     // an edge stands at its number
     std::uint32_t numCreatedT = 0;
+
+    std::optional<TESK_TOOLS::SimplePool<CPatch>> oPatchPool;
+    std::vector<CPatch*> vPatches; // owned through the pool
 
     VertexTable vertices;
     TESK_TOOLS::FlatMap<EdgeEnds, CEdge*, TESK_TOOLS::U64PairHash> mDeadEdges; // edges of degree 0 by ends
