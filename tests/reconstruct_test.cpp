@@ -191,6 +191,8 @@ TEST_F(ReconstructTest, extremeFillSizesAreBoundedAndNegativeOnesFillNothing)
     const auto bytes = [&vPoints](int fillSize) { return bytesOf(*reconstruct_abs(vPoints, 1.0, fillSize)); };
     EXPECT_TRUE(bytes(0) == bytes(std::numeric_limits<int>::min()));
     EXPECT_TRUE(bytes(0) == bytes(-1));
+    EXPECT_TRUE(bytes(40) == bytes(std::numeric_limits<int>::max())); // both beyond the sheet
+    EXPECT_TRUE(messages.has("is too large"));
 }
 
 TEST_F(ReconstructTest, subscriberSeesTheWholeRunOnce)
