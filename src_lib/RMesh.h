@@ -3,6 +3,7 @@
 #pragma once
 
 #include "PointVertexMap.h"
+#include "RECollapse.h"
 #include "REdge.h"
 #include "RPatch.h"
 #include "RTriangle.h"
@@ -20,8 +21,13 @@ namespace TESK_ZAN
 {
 
 class CMesh;
+class LabCache;
 class Progress;
 class Visualizer3;
+struct RECandidate;
+
+// The most phases that the rounds of a smoothing get; more rounds share them.
+constexpr int MAX_SMOOTHING_PHASES = 1000;
 
 // Owns its vertices, edges, triangles and patches; they refer to each other by plain pointers, which stay
 // valid as long as the mesh. A vertex is a Point3*, and identity is that of the pointer. Nothing is erased
@@ -116,6 +122,7 @@ public:
     bool hasColor() const; // true as soon as one corner of one alive triangle has a colour
 
     size_t getNumVtx() const { return vVtx.size(); } // all ever made: the numbers run from 0 to here
+    Point3* getVtx(size_t number) const { return &vVtx[number]->point; }
     const std::vector<REdge*>& getAllRE() const { return vRE; }         // dead ones included, by creation
     const std::vector<RTriangle*>& getAllT() const { return vT; }       // dead ones included, by creation
     const std::vector<Point3*>& getZeroVtx() const { return vZeroVtx; } // by number
@@ -138,6 +145,69 @@ public:
     // Groups the triangles by connection over edges of degree 2 and orients each group from its first
     // triangle outward; a Moebius band stays as it falls. Returns the number of patches. Progress "RM_cpo".
     size_t createPatchesOrient();
+
+    // --- RMesh_flips.cpp ---
+
+    // Rates the flips of the edges (REdgeEnergy) in parallel and collects the candidates: every edge with an
+    // improvement of at least 0 or minImprovement, whichever is less, and at a temperature above 0 some worse
+    // ones, chosen with the probability exp(improvement / temperature). Which ones is fixed by temperature
+    // and edge number. vImpRE must be empty; it comes back sorted by improvement, then by edge number. The
+    // mesh changes only where edges had to be settled first (REdgeEnergy::settle). Progress:
+    // flipCandidatesPhase.
+    void getEdgeFlipCandidates_MT(const std::vector<REdge*>& vInRE, double minImprovement, double temperature,
+                                  std::vector<RECandidate>& vImpRE);
+
+    // Moves a vertex towards the mean of its neighbours, by a tenth of a cell at most, to a place where no
+    // vertex is; meant to separate it from another one at the same place. False if it has no edges, if a
+    // triangle would turn by more than 170 degrees, or if no free place was found: it stays then.
+    bool moveToRingCenter(Point3* pVtx);
+
+    // --- RMesh_reduce.cpp ---
+
+    // Collapses edges by increasing penalty as long as the limits permit one; no vertex gets new coordinates.
+    // maxSqLen: no longer edge collapses, as squared length. maxAngleDeg: no collapse turns a triangle
+    // further; turns of several collapses may add up. Border vertices move along the border only, where it
+    // runs straight. Returns how many triangles the collapses removed. NaN: a warning, and 0. Progress
+    // "RM_redborder", "RM_redprioq", "RM_redprocprioq". About n log n.
+    int reduce(double maxSqLen, double maxAngleDeg);
+
+    // The cost of a collapse (dir as in RECollapse): 100 times the mean angle by which triangles turn, plus
+    // the root of the length in cells, plus 100 times the colour distance. COLLAPSE_FORBIDDEN beyond the
+    // limits, of a dead edge, and where two triangles would coincide. vSrcT: replaced by the triangles at the
+    // moving vertex, unless the edge is refused for its length or colour. Reads the mesh only.
+    double getCollapsePenalty(const REdge* pRE, int dir, double maxSqLen, double maxAngleRad,
+                              std::vector<RTriangle*>& vSrcT) const;
+
+    // The candidate, or one without an edge if the collapse is forbidden.
+    RECollapse createCollapse(REdge* pRE, int dir, double maxSqLen, double maxAngleRad) const;
+
+    // The candidates of the edges in both directions, in their order; vOut is replaced. Parallel.
+    void getCollapseCandidates_MT(double maxAngleRad, double maxSqLen, const std::vector<REdge*>& vEdges,
+                                  std::vector<RECollapse>& vOut) const;
+
+    // --- RMesh_smoothing.cpp ---
+
+    // Moves each vertex that is not on a border to the mean of its neighbours, so many times; all at once, so
+    // each round reads old positions only. A vertex whose place is taken waits for the next round. Dead edges
+    // count as neighbours. Then killDegenerate. bProgress: phases "border", "list", "it%0", "it%1", ..., at
+    // most MAX_SMOOTHING_PHASES of the latter, which share more iterations. 0 or less: no round.
+    void laplacianSmoothing(int iterations, bool bProgress);
+
+    // Moves the vertices at zero cells, but those on a border, to the mean of themselves and their
+    // neighbours, so many times, one after the other: each sees the new places of those before it.
+    void smoothZeros(int iterations);
+
+    // --- RMesh_colour.cpp ---
+
+    // Gives colourless vertices the mean colour of their coloured neighbours, in waves from the coloured
+    // ones outward. What no wave reaches stays colourless. Linear.
+    void colorizeFilledHoles();
+
+    // Stretches all colour channels by one curve to 0..255; alpha stays. The fractions, of 3 times all
+    // vertices, tell how many of the lowest and highest channel values may be cut off; a range of at most 20
+    // is stretched from its own ends. Colours stay as they are where there is no range to stretch: one value
+    // only, fractions that meet, NaN.
+    void contrastSpread(double lowFraction, double highFraction);
 
     // --- RMesh_checks.cpp ---
 
@@ -183,6 +253,12 @@ private:
     // RMesh_cleaning.cpp
     bool findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const;
     void growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& vQueue, Progress* pProgress);
+
+    // RMesh_flips.cpp
+    void settleForFlips(const std::vector<REdge*>& vInRE);
+    void getEdgeFlipCandidates_MT_priv(const std::vector<REdge*>& vInRE, double minImprovement,
+                                       double temperature, size_t from, size_t to, const LabCache& lab,
+                                       std::vector<RECandidate>& vImpRE);
 
     // RMesh_checks.cpp
     std::string findBrokenPosition() const;

@@ -71,6 +71,9 @@ public:
     Vector3 getNNV(bool& bOK);
     void resetNNV() { nnv.reset(); } // call whenever a corner has moved
 
+    // What getNNV has stored: the null vector before its first call, and where there is no normal.
+    const Vector3& getCachedNNV() const { return nnv; }
+
     // Swaps corners 0 and 1. Other triangles are not told.
     void flipOrientation();
 
