@@ -88,6 +88,11 @@ RTriangle* REdge::getTriangle(bool bMustExist, bool bUnique) const
     return vRT.empty() ? nullptr : vRT[0];
 }
 
+bool REdge::hasTriangleAt(const Point3* pVtx) const
+{
+    return std::any_of(vRT.begin(), vRT.end(), [pVtx](const RTriangle* pRT) { return pRT->has(pVtx); });
+}
+
 void REdge::getAliveT(std::vector<RTriangle*>& vOut) const
 {
     vOut.insert(vOut.end(), vRT.begin(), vRT.end());

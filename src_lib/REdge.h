@@ -44,6 +44,9 @@ public:
     // one.
     RTriangle* getTriangle(bool bMustExist, bool bUnique) const;
 
+    // True if a triangle of the edge has this corner. O(degree).
+    bool hasTriangleAt(const Point3* pVtx) const;
+
     // Appends the triangles, in the order of the edge.
     void getAliveT(std::vector<RTriangle*>& vOut) const;
 
