@@ -63,6 +63,13 @@ public:
     // stay unique.
     explicit RMesh(CMesh* pCMesh);
 
+    // A new vertex with the colour of p, at its position if that is free, else as few smallest representable
+    // steps beside it as it takes.
+    Point3* createVtxBeside(const Point3& p);
+
+    // A new vertex beside this one; among the zero vertices if this one is.
+    Point3* copyVtx(const Point3* pVtx);
+
     // --- RMesh.cpp: construction and change ---
 
     // An empty mesh; fill it by createVtx and createT. cellSize: the length scale of later optimisation. The

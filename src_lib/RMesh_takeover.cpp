@@ -123,6 +123,24 @@ void RMesh::insertMovingAside(Point3* pVtx)
         moveBySmallestStep(*pVtx);
 }
 
+Point3* RMesh::createVtxBeside(const Point3& p)
+{
+    Point3* pVtx = newVtx(p);
+    insertMovingAside(pVtx);
+    return pVtx;
+}
+
+Point3* RMesh::copyVtx(const Point3* pVtx)
+{
+    const bool bZero =
+        std::binary_search(vZeroVtx.begin(), vZeroVtx.end(), pVtx,
+                           [](const Point3* p0, const Point3* p1) { return numberOf(p0) < numberOf(p1); });
+    Point3* pCopy = createVtxBeside(*pVtx);
+    if (bZero)
+        vZeroVtx.push_back(pCopy); // has the highest number
+    return pCopy;
+}
+
 void RMesh::takeOverTriangles(const CMesh* pCMesh, const std::vector<u64>& vCCD)
 {
     CodeFinder finder(vCCD);
