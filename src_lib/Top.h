@@ -84,8 +84,8 @@ public:
     // elsewhere. Edges where nothing is loose stay.
     void killAtDeg3();
 
-    // For an edge of degree 3: kills the first of its triangles that has a border edge (condition
-    // "pKillT!=0"), appends the edges at the end of pCE that the border edge shares, and returns true.
+    // For an edge of degree 3: kills the first of its triangles that has a border edge, appends the edges
+    // then left at the end that the two edges share, and returns true. False if there is no such triangle.
     bool deleteAroundEvilDeg3(CEdge* pCE, std::vector<CEdge*>& vIncBorderCE);
 
     // --- flips and collapses: Top_flips.cpp ---
@@ -119,18 +119,18 @@ public:
     // Lines edges up with the feature chains. Three turns over the triangles at feature vertices.
     void flipFeatures();
 
-    // Flips the edge opposite an angle close to 180 degrees; with the flag only if the surface turns by less
-    // than canFlip allows. Returns the number of flips.
-    int flipExtremeCaps(bool bCheckTurn);
+    // Flips edges opposite an angle close to 180 degrees where canFlip allows it and no angle as large comes
+    // up. One walk over the triangles, or walks until nothing is left to flip. Returns the number of flips.
+    int flipExtremeCaps(bool bRepeat);
 
     // Collapses edges shorter than maxLen (DBL_MAX: of any length) with no end at a border, shortest first.
     // False if it is not worth another pass: fewer than 11 collapses, and none at all or not in pass 0.
     bool simplify(int passNo, double maxLen, SimplifyMode mode);
 
-    // Collapse the edge to mid; or the vertex at end (0 or 1 for v0 or v1) onto the other one. False, with
-    // nothing changed, if a triangle would turn by more than 5.0 degrees or, for killSingle, become a
-    // duplicate. The edges then at the kept vertex that are shorter than sqrt(sqMax) enter the queue by
-    // squared length.
+    // Collapse the edge to mid, which must be the middle of its ends; or the vertex at end (0 or 1 for v0 or
+    // v1) onto the other one. False, with nothing changed, if this would turn a triangle by more than 5.0
+    // degrees or make a duplicate. The edges then at the kept vertex whose squared length is below sqMax
+    // enter the queue.
     bool killMid(CEdge* pCE, const Point3& mid, double sqMax, std::multimap<double, CEdge*>& mmQueue);
     bool killSingle(CEdge* pCE, int end, double sqMax, std::multimap<double, CEdge*>& mmQueue);
 
@@ -169,12 +169,16 @@ private:
         CTriangle* pCandidate;
     };
 
-    void decideSheets(Voro* pVoro);
-    void finishBorders();
-    void solvePatchPairs();
-    void finishOrientation();
-
-    void splitOrMove(CTriangle* pCT, const char* warning);
+    void settleSquares();
+    void solvePatchPairs(bool bFirst);
+    void integrateBorders();
+    void finishOriented();
+    void orientPatches();
+    bool isAsExtracted() const;
+    void splitOrMove(CTriangle* pCT, int ici, const char* warning);
+    bool isFeatureFlip(const CEdge* pCE, u64 ccd, u64 ccd2) const;
+    bool flipIfCap(CTriangle* pCT);
+    bool collapse(CEdge* pCE, SimplifyMode mode, double sqMax, std::multimap<double, CEdge*>& mmQueue);
 
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
