@@ -27,8 +27,8 @@ public:
     void edgeFlipsSimA(double temperature);
     void runFlips();
 
-    // Flips edges that lie opposite an angle of 170 degrees or more, where that costs hardly any straightness;
-    // the highest penalty first. Returns the number of flips.
+    // Flips edges that lie opposite an angle of 170 degrees or more, where that costs hardly any
+    // straightness; the highest penalty first. Returns the number of flips.
     int flipExtremeCaps();
 
     // What such a flip costs, in degrees: how much the dihedral and the largest of the angles opposite the

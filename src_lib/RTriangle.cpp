@@ -62,6 +62,15 @@ Vector3 RTriangle::getNNV(bool& bOK)
     return nnv;
 }
 
+void RTriangle::fillNNV()
+{
+    const bool bHasSides = (*aCorners[1] - *aCorners[0]).sqLength() != 0.0 &&
+                           (*aCorners[2] - *aCorners[0]).sqLength() != 0.0;
+    bool bOK = false;
+    if (nnv.isDegenerate() && bHasSides)
+        getNNV(bOK);
+}
+
 void RTriangle::flipOrientation()
 {
     std::swap(aCorners[0], aCorners[1]);

@@ -71,7 +71,11 @@ public:
     Vector3 getNNV(bool& bOK);
     void resetNNV() { nnv.reset(); } // call whenever a corner has moved
 
-    // What getNNV has stored: the null vector before its first call, and where there is no normal.
+    // Stores what getNNV would give, but never writes a message: for several threads, each on triangles of its
+    // own.
+    void fillNNV();
+
+    // What has been stored: the null vector before the first call of these, and where there is no normal.
     const Vector3& getCachedNNV() const { return nnv; }
 
     // Swaps corners 0 and 1. Other triangles are not told.

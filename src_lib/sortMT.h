@@ -62,7 +62,17 @@ public:
     // Waits for all tasks, then throws the exception of the first that has one.
     void finish()
     {
-        waitForAll();
+        finish([] {});
+    }
+
+    // The same, and calls onDone() for each task as soon as it and all before it are over.
+    template <class F>
+    void finish(F onDone)
+    {
+        for (std::future<void>& future : vFutures) {
+            future.wait();
+            onDone();
+        }
         for (const std::exception_ptr& error : vErrors)
             if (error != nullptr)
                 std::rethrow_exception(error);
@@ -298,6 +308,28 @@ template <class F>
 void forRangeMT(size_t n, F f)
 {
     runInParts(n, [&f](size_t start, size_t end) { return RangeTask<F>{start, end, f}; });
+}
+
+// f(begin, end) on slices of a given length, and onDone() on the calling thread after each of them, in order:
+// for stages that tell their progress.
+template <class F, class OnDone>
+void forSlicesMT(size_t n, size_t sliceSize, F f, OnDone onDone)
+{
+    zanAssert(sliceSize > 0);
+    std::vector<RangeTask<F>> vTasks;
+    for (size_t start = 0; start < n; start += sliceSize)
+        vTasks.push_back({start, std::min(start + sliceSize, n), f});
+    if (getNumCPU() < 2 || n < MIN_PARALLEL) {
+        for (RangeTask<F>& task : vTasks) {
+            task(0);
+            onDone();
+        }
+        return;
+    }
+    TaskRound round(vTasks.size());
+    for (RangeTask<F>& task : vTasks)
+        round.push(task);
+    round.finish(onDone);
 }
 
 // f(T&) on every element.
