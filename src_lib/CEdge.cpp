@@ -95,6 +95,12 @@ bool CEdge::hasTriangle(u64 a, u64 b, u64 c) const
     return false;
 }
 
+void CEdge::reorder(const TriangleList& vOrdered)
+{
+    zanAssert(std::is_permutation(vCT.begin(), vCT.end(), vOrdered.begin(), vOrdered.end()));
+    vCT = vOrdered;
+}
+
 void CEdge::setDirection(EdgeDir ed)
 {
     if (edgeDir != ED_NONE && ed != ED_NONE)

@@ -69,6 +69,9 @@ public:
     // Some triangle here has exactly these corners, in any order.
     bool hasTriangle(u64 a, u64 b, u64 c) const;
 
+    // Lists the same triangles in another order.
+    void reorder(const TriangleList& vOrdered);
+
     EdgeDir getDirection() const { return edgeDir; }
 
     // Only from or to ED_NONE: condition "edgeDir==ED_NONE || ed==ED_NONE".

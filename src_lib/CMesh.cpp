@@ -1,5 +1,6 @@
 #include "CMesh.h"
 
+#include "CPatch.h"
 #include "freeFunctions.h"
 #include "messages.h"
 #include "sortMT.h"
@@ -56,6 +57,7 @@ CMesh::CMesh(Voro* pVoroGiven, const Calc* pCalcGiven, bool bOwnMap)
 // The map is not touched: it may be gone already.
 CMesh::~CMesh()
 {
+    clearPatches();
     destroyEdges();
     for (Bundle* pBundle : vOwnBundles) {
         delete pBundle->pVtx;
@@ -85,6 +87,7 @@ void CMesh::destroyEdges()
 
 void CMesh::clear()
 {
+    clearPatches();
     destroyEdges();
     vMeshE.clear();
     vMeshT.clear();

@@ -115,21 +115,26 @@ public:
     void clearVisited();
 
     // --- patches: CMesh_patches.cpp ---
-    // The mesh owns the patches that it makes. The next division and clear delete them; no triangle names one
-    // that is gone.
+    // The mesh owns the patches that it makes, and a new division or clear deletes them. No triangle names a
+    // patch that is gone.
 
     // Divides the alive triangles into patches: maximal sets that hang together over edges of degree 2 that
     // are no fences (psFences may be null). The order of patches is that of their first triangles in getT.
-    // Replaces the contents of the other three: the patches; their borders (see there); the edges of degree
-    // above 2, by creation number. O(n), and O(b log b) for b such edges.
+    // O(n).
+    void createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>& vPatchesOut);
+
+    // The same, and where patches meet: the edges of degree above 2 by creation number, and the corners
+    // opposite to them with their patches.
     void createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>& vPatchesOut,
                        BorderPatches& mBorderCCD2Patch, std::vector<CEdge*>& vBorderME);
 
-    // One patch for each set of triangles that hangs together over edges of any degree.
+    // One patch for each set of triangles that hangs together over edges of any degree. O(n).
     void createCCPatches();
 
-    // Of the last division.
+    // Of the last division by the mesh.
     const std::vector<CPatch*>& getPatches() const { return vPatches; }
+
+    // Deletes them. No triangle has a patch afterwards, whoever made it. O(n).
     void clearPatches();
 
     // --- vertices: CMesh_vertices.cpp ---
@@ -166,6 +171,9 @@ public:
     bool laplacianForOne(u64 ccd);
 
     // --- changes of topology: CMesh_operations.cpp ---
+
+    // No triangle that a collapse of src onto trg would make exists already. O(degree).
+    bool linkTest(u64 src, u64 trg) const;
 
     // Moves all triangles of src to trg, which are the two ends of the edge; those that hold both die. False,
     // with nothing changed, for an edge of degree 0 or if this would make a duplicate triangle. The new
@@ -210,10 +218,8 @@ private:
     void forEachEdgeAt(u64 ccd, F f) const;
     void edgeDied(CEdge* pCE);
     void destroyEdges();
-    CPatch* addPatch(const std::vector<CTriangle*>& vCT, const std::vector<CEdge*>& vRimCE);
-    void destroyPatches();
+    CPatch* newPatch();
 
-    bool linkTest(u64 src, u64 trg) const;
     void moveTriangles(u64 src, u64 trg);
     void deleteUnusedOwnBundles();
     double deviationIfMoved(const CTriangle* pCT, u64 ccd, const Point3& target) const;

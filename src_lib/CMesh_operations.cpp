@@ -1,5 +1,6 @@
 #include "CMesh.h"
 
+#include "CPatch.h"
 #include "freeFunctions.h"
 #include "messages.h"
 #include "sortMT.h"
@@ -48,9 +49,14 @@ bool maySplit(const CMesh* pMesh, const SplitPlan& plan, u64 split)
 void splitAt(CMesh* pMesh, const SplitPlan& plan, u64 split, std::vector<CTriangle*>& vKids)
 {
     const u64 vcd = plan.pCT->getVCD();
+    CPatch* pPatch = plan.pCT->getPatch();
     plan.pCT->kill(pMesh);
-    vKids.push_back(pMesh->createT(plan.opp, plan.next, split, vcd, 0));
-    vKids.push_back(pMesh->createT(plan.opp, split, plan.prev, vcd, 0));
+    for (CTriangle* pKid : {pMesh->createT(plan.opp, plan.next, split, vcd, 0),
+                            pMesh->createT(plan.opp, split, plan.prev, vcd, 0)}) {
+        if (pPatch != nullptr)
+            pPatch->addMember(pKid);
+        vKids.push_back(pKid);
+    }
 }
 
 bool lessByCorners(const CTriangle* a, const CTriangle* b)
@@ -142,7 +148,6 @@ bool CEdge::trySplitNeigsKillT(CMesh* pMesh, CTriangle* pKillCT, int ici, std::v
 
 // ---- collapse --------------------------------------------------------------------------------------------
 
-// No triangle that src hands over to trg exists there already.
 bool CMesh::linkTest(u64 src, u64 trg) const
 {
     std::vector<CTriangle*> vSrcT;

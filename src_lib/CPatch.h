@@ -50,10 +50,12 @@ public:
     // Makes the triangle a member and notes the patch in it.
     void addMember(CTriangle* pCT);
 
-    // The same for all of them. vRimCE holds the edges that may be held by one member alone, each once for
-    // every member that holds it: the first setOuterBoundary then needs no walk over the members, which must
-    // be the same until then.
-    void setMembers(const std::vector<CTriangle*>& vCT, const std::vector<CEdge*>& vRimCE);
+    // Takes triangles that name this patch already as its members.
+    void setMembers(const std::vector<CTriangle*>& vCT) { vMemberCT = vCT; }
+
+    // What a walk over the members found: the edges that may be held by one member alone, each once for every
+    // member that holds it. The next setOuterBoundary needs no walk of its own then. A new member voids it.
+    void setRim(const std::vector<CEdge*>& vCE);
 
     // --- measures ---
 
@@ -76,7 +78,7 @@ public:
 
     // --- boundary: the edges that exactly one member holds, by creation number ---
 
-    // The patch must be alive. O(size), or O(b log b) for a rim of b edges after setMembers.
+    // The patch must be alive. O(size), or O(b log b) for a rim of b edges after setRim.
     void setOuterBoundary();
 
     // As of the last setOuterBoundary; empty for a closed patch.
@@ -135,7 +137,7 @@ private:
 
     CMesh* pMesh;                       // not owned
     std::vector<CTriangle*> vMemberCT;  // not owned
-    std::vector<CEdge*> vRimCE;         // see setMembers; meaningful if bRimKnown
+    std::vector<CEdge*> vRimCE;         // see setRim; meaningful if bRimKnown
     std::vector<CEdge*> vOuterBoundary; // not owned
     u64 boundaryKey = 0;
     CPatch* pPartner = nullptr; // not owned

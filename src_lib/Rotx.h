@@ -49,7 +49,6 @@ private:
     void enterThirds(u64 rcd0, u64 rcd1);
 
     CMesh* pMesh; // not owned
-    bool bBuilt;
     std::vector<std::pair<u64, u64>> vPairs;
     TESK_TOOLS::FlatMap<u64, int, TESK_TOOLS::U64Hash> mEncoded2Index;
 };

@@ -176,6 +176,7 @@ private:
     void orientPatches();
     bool isAsExtracted() const;
     void splitOrMove(CTriangle* pCT, int ici, const char* warning);
+    void enqueueConnection(CTriangle* pSource, CTriangle* pCandidate);
     bool isFeatureFlip(const CEdge* pCE, u64 ccd, u64 ccd2) const;
     bool flipIfCap(CTriangle* pCT);
     bool collapse(CEdge* pCE, SimplifyMode mode, double sqMax, std::multimap<double, CEdge*>& mmQueue);

@@ -1,0 +1,363 @@
+#include "CPatch.h"
+
+#include "CMesh.h"
+#include "messages.h"
+#include "tesk_tools/mixBits.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+bool byNumber(const CEdge* a, const CEdge* b)
+{
+    return lessByNumber(a, b);
+}
+
+// Leaves the elements of a sorted list that stand there once.
+void keepSingles(std::vector<CEdge*>& vCE)
+{
+    std::size_t numKept = 0;
+    for (std::size_t first = 0, last = 0; first < vCE.size(); first = last) {
+        while (last < vCE.size() && vCE[last] == vCE[first])
+            ++last;
+        if (last == first + 1)
+            vCE[numKept++] = vCE[first];
+    }
+    vCE.resize(numKept);
+}
+
+void sortUnique(std::vector<u64>& vCode)
+{
+    std::sort(vCode.begin(), vCode.end());
+    vCode.erase(std::unique(vCode.begin(), vCode.end()), vCode.end());
+}
+
+// One walk of CPatch::orient: grows over regular edges and keeps the edges of higher degree for later.
+class OrientWalk
+{
+public:
+    explicit OrientWalk(const CPatch* pPatchGiven) : pPatch(pPatchGiven) {}
+
+    // Reaches all members that hang together with the seed. False if some neighbours stay inconsistent.
+    bool run(CTriangle* pSeed)
+    {
+        bConsistent = true;
+        reach(pSeed);
+        growRegular();
+        for (std::size_t i = 0; i < vReserveCE.size(); ++i) { // grows while it is worked off
+            crossIrregular(vReserveCE[i]);
+            growRegular();
+        }
+        for (const CEdge* pCE : vReserveCE)
+            checkFold(pCE);
+        vReserveCE.clear();
+        return bConsistent;
+    }
+
+private:
+    bool isMember(const CTriangle* pCT) const { return pCT->getPatch() == pPatch; }
+
+    void reach(CTriangle* pCT)
+    {
+        pCT->setVisited(true);
+        vStack.push_back(pCT);
+    }
+
+    void growRegular()
+    {
+        while (!vStack.empty()) {
+            const CTriangle* pCT = vStack.back();
+            vStack.pop_back();
+            for (int i = 0; i < 3; ++i) {
+                CEdge* pCE = pCT->getCEdge(i);
+                if (pCE->getDegree() == 2)
+                    meet(pCT, pCE->getOtherT(pCT));
+                else if (pCE->getDegree() > 2)
+                    vReserveCE.push_back(pCE);
+            }
+        }
+    }
+
+    void meet(const CTriangle* pCT, CTriangle* pNeig)
+    {
+        if (!isMember(pNeig))
+            return;
+        const bool bFlip = pNeig->needFlip(pCT);
+        if (pNeig->isVisited()) {
+            bConsistent = bConsistent && !bFlip;
+            return;
+        }
+        if (bFlip)
+            pNeig->flipOrientation();
+        reach(pNeig);
+    }
+
+    void crossIrregular(const CEdge* pCE)
+    {
+        const auto isReached = [this](const CTriangle* pCT) { return isMember(pCT) && pCT->isVisited(); };
+        const auto pSource = std::find_if(pCE->getCTs().begin(), pCE->getCTs().end(), isReached);
+        for (CTriangle* pCT : pCE->getCTs()) {
+            if (!isMember(pCT) || pCT->isVisited())
+                continue;
+            if (pCT->needFlip(*pSource))
+                pCT->flipOrientation();
+            reach(pCT);
+        }
+    }
+
+    // Two members at an edge of higher degree are neighbours like any; of more, nobody knows which are.
+    void checkFold(const CEdge* pCE)
+    {
+        const CTriangle* pFirst = nullptr;
+        const CTriangle* pSecond = nullptr;
+        int numMembers = 0;
+        for (const CTriangle* pCT : pCE->getCTs()) {
+            if (!isMember(pCT))
+                continue;
+            (numMembers++ == 0 ? pFirst : pSecond) = pCT;
+        }
+        if (numMembers == 2 && pFirst->needFlip(pSecond))
+            bConsistent = false;
+    }
+
+    const CPatch* pPatch;
+    std::vector<CTriangle*> vStack;
+    std::vector<CEdge*> vReserveCE; // edges of degree above 2, once for each member reached there
+    bool bConsistent = true;
+};
+
+} // namespace
+
+CPatch::CPatch(CMesh* pMeshGiven, int labelGiven) : pMesh(pMeshGiven), label(labelGiven) {}
+
+CPatch::~CPatch()
+{
+    for (CTriangle* pCT : vMemberCT)
+        if (pCT->getPatch() == this)
+            pCT->setPatch(nullptr);
+}
+
+void CPatch::addMember(CTriangle* pCT)
+{
+    pCT->setPatch(this);
+    vMemberCT.push_back(pCT);
+    bRimKnown = false;
+}
+
+void CPatch::setRim(const std::vector<CEdge*>& vCE)
+{
+    vRimCE = vCE;
+    bRimKnown = true;
+}
+
+void CPatch::forgetMembers()
+{
+    vMemberCT.clear();
+}
+
+// ---- measures --------------------------------------------------------------------------------------------
+
+double CPatch::getArea() const
+{
+    double sum = 0.0;
+    for (const CTriangle* pCT : vMemberCT)
+        if (pCT->isAlive())
+            sum += pCT->getArea(pMesh);
+    return sum;
+}
+
+// The tetrahedra from one reference point to all triangles. Height above the triangle times area is half the
+// triple product, and a triangle without a normal adds nothing.
+double CPatch::getVolume() const
+{
+    if (vMemberCT.empty())
+        return 0.0;
+    const Point3 reference = *pMesh->getVtx(vMemberCT.front()->getC0());
+    double sum = 0.0;
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive())
+            continue;
+        const Point3& p0 = *pMesh->getVtx(pCT->getC0());
+        const Vector3 vec01 = *pMesh->getVtx(pCT->getC1()) - p0, vec02 = *pMesh->getVtx(pCT->getC2()) - p0;
+        sum += (p0 - reference) * crossProd(vec01, vec02);
+    }
+    return sum / 6.0;
+}
+
+// ---- changes ---------------------------------------------------------------------------------------------
+
+void CPatch::kill()
+{
+    bAlive = false;
+    for (CTriangle* pCT : vMemberCT) {
+        if (pCT->isAlive())
+            pCT->kill(pMesh);
+        pCT->setPatch(nullptr);
+    }
+    vMemberCT.clear();
+    vRimCE.clear();
+    vOuterBoundary.clear();
+    boundaryKey = 0;
+    numInnerVtx = -1;
+}
+
+void CPatch::flip()
+{
+    for (CTriangle* pCT : vMemberCT)
+        if (pCT->isAlive())
+            pCT->flipOrientation();
+}
+
+void CPatch::orient()
+{
+    const bool bConsistent = orientMembers();
+    orientPatch();
+    if (!bConsistent)
+        ZAN_WARNING("reorientation failed");
+}
+
+bool CPatch::orientMembers()
+{
+    for (CTriangle* pCT : vMemberCT)
+        pCT->setVisited(false);
+    OrientWalk walk(this);
+    bool bConsistent = true;
+    for (CTriangle* pCT : vMemberCT) // one turn does it, unless members died since the patch was made
+        if (pCT->isAlive() && !pCT->isVisited())
+            bConsistent = walk.run(pCT) && bConsistent;
+    return bConsistent;
+}
+
+// The highest vertex, the first of equal ones, lies on the outside of a closed surface: there it must face
+// up.
+void CPatch::orientPatch()
+{
+    u64 highest = 0;
+    bool bFound = false;
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive())
+            continue;
+        for (const u64 ccd : {pCT->getC0(), pCT->getC1(), pCT->getC2()}) {
+            if (bFound && (ccd & CCD_Z) <= (highest & CCD_Z))
+                continue;
+            highest = ccd;
+            bFound = true;
+        }
+    }
+    Vector3 sum;
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive() || !pCT->has(highest))
+            continue;
+        Vector3 nnv;
+        bool bOK = false;
+        pCT->getNNV(pMesh, nnv, bOK);
+        sum += nnv; // zero if there is none
+    }
+    if (sum.z() < 0.0)
+        flip();
+}
+
+// ---- boundary --------------------------------------------------------------------------------------------
+
+int CPatch::countMembersAt(const CEdge* pCE) const
+{
+    int num = 0;
+    for (const CTriangle* pCT : pCE->getCTs())
+        num += pCT->getPatch() == this ? 1 : 0;
+    return num;
+}
+
+// Exact, though in the order of the members.
+void CPatch::collectRim(std::vector<CEdge*>& vRim) const
+{
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive())
+            continue;
+        for (int i = 0; i < 3; ++i)
+            if (countMembersAt(pCT->getCEdge(i)) == 1)
+                vRim.push_back(pCT->getCEdge(i));
+    }
+}
+
+void CPatch::setOuterBoundary()
+{
+    zanAssertText(isAlive(), "isAlive()");
+    vOuterBoundary.clear();
+    if (bRimKnown)
+        vOuterBoundary.swap(vRimCE);
+    else
+        collectRim(vOuterBoundary);
+    bRimKnown = false;
+    std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
+    keepSingles(vOuterBoundary);
+    boundaryKey = 0;
+    for (const CEdge* pCE : vOuterBoundary)
+        boundaryKey = TESK_TOOLS::mixBits(boundaryKey + pCE->getNumber() + TESK_TOOLS::GOLDEN_STEP);
+}
+
+void CPatch::getPatchBoundaryCE(std::vector<CEdge*>& vCE) const
+{
+    zanAssertText(isAlive(), "isAlive()");
+    std::vector<CEdge*> vRim;
+    collectRim(vRim);
+    std::sort(vRim.begin(), vRim.end(), byNumber);
+    vCE.insert(vCE.end(), vRim.begin(), vRim.end());
+}
+
+void CPatch::getPatchBoundaryCE(std::set<CEdge*>& sCE) const
+{
+    std::vector<CEdge*> vCE;
+    getPatchBoundaryCE(vCE);
+    sCE.insert(vCE.begin(), vCE.end());
+}
+
+std::size_t CPatch::getPatchBoundarySize() const
+{
+    std::vector<CEdge*> vCE;
+    getPatchBoundaryCE(vCE);
+    return vCE.size();
+}
+
+bool CPatch::isClosed() const
+{
+    constexpr std::size_t LEAST_CLOSED = 4; // a tetrahedron
+    if (vMemberCT.size() < LEAST_CLOSED)
+        return false;
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive())
+            continue;
+        for (int i = 0; i < 3; ++i)
+            if (countMembersAt(pCT->getCEdge(i)) < 2)
+                return false;
+    }
+    return true;
+}
+
+void CPatch::setNumInnerVtx()
+{
+    std::vector<u64> vAllVCD, vBoundaryVCD;
+    for (const CTriangle* pCT : vMemberCT)
+        if (pCT->isAlive())
+            vAllVCD.insert(vAllVCD.end(), {pCT->getC0(), pCT->getC1(), pCT->getC2()});
+    std::vector<CEdge*> vRim;
+    collectRim(vRim);
+    for (const CEdge* pCE : vRim)
+        vBoundaryVCD.insert(vBoundaryVCD.end(), {pCE->getV0(), pCE->getV1()});
+    sortUnique(vAllVCD);
+    sortUnique(vBoundaryVCD);
+    zanAssertText(vBoundaryVCD.size() <= vAllVCD.size(), "vBoundaryVCD.size()<=vAllVCD.size()");
+    numInnerVtx = int(vAllVCD.size() - vBoundaryVCD.size());
+}
+
+bool lessBySize(const CPatch* a, const CPatch* b)
+{
+    return a->getSize() != b->getSize() ? a->getSize() < b->getSize() : a->getLabel() < b->getLabel();
+}
+
+} // namespace TESK_ZAN

@@ -1,0 +1,200 @@
+#include "CPatch.h"
+
+#include "CMesh.h"
+#include "ConEdge.h"
+#include "tesk_tools/FlatMap.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+// What counts as a flat pocket: anything small, medium ones up to a cell thick, large ones only if thinner.
+constexpr std::size_t SMALL_SIZE = 20;   // triangles
+constexpr std::size_t MEDIUM_SIZE = 100; // triangles
+constexpr double MEDIUM_THICKNESS = 1.0; // cells
+constexpr double LARGE_THICKNESS = 0.4;  // cells
+
+enum Side { POS = 0, NEG = 1 };
+
+Side otherSide(Side side)
+{
+    return side == POS ? NEG : POS;
+}
+
+// Divides a closed patch in two along its folds: grows both sides from the two triangles of one fold, over
+// flat connections first. A triangle that is reached only over edges with more than two members stays in
+// neither side. The orientations that it leaves make each side consistent and both face the same way.
+class PocketSides
+{
+public:
+    PocketSides(CMesh* pMeshGiven, const CPatch* pPatchGiven) : pMesh(pMeshGiven), pPatch(pPatchGiven)
+    {
+        mSideOfT.reserve(pPatch->getSize());
+    }
+
+    // False if the patch has no fold to start from.
+    bool split()
+    {
+        CEdge* pStartCE = findFold();
+        if (pStartCE == nullptr)
+            return false;
+        const ConEdge start(pMesh, pStartCE, pPatch);
+        CTriangle* pCT0 = start.vMemT[0];
+        CTriangle* pCT1 = start.vMemT[1];
+        if (!pCT0->needFlip(pCT1))
+            pCT1->flipOrientation();
+        join(pCT0, POS, pStartCE);
+        join(pCT1, NEG, pStartCE);
+        while (!vHeap.empty())
+            cross(takeFirst());
+        return true;
+    }
+
+    const std::vector<CTriangle*>& getMembers(Side side) const { return vSideT[side]; }
+
+    // The triangles outside the patch at edges that one triangle of the side alone holds.
+    std::size_t countHangingOn(Side side) const
+    {
+        std::vector<const CTriangle*> vOutside;
+        for (const CTriangle* pCT : vSideT[side])
+            for (int i = 0; i < 3; ++i)
+                appendHanging(pCT->getCEdge(i), side, vOutside);
+        std::sort(vOutside.begin(), vOutside.end(),
+                  [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
+        return std::size_t(std::unique(vOutside.begin(), vOutside.end()) - vOutside.begin());
+    }
+
+private:
+    // The place of an entry in vConEdges is also its sequence number.
+    struct HeapEntry {
+        double angle;
+        std::size_t index;
+    };
+
+    static bool isLater(const HeapEntry& a, const HeapEntry& b)
+    {
+        return a.angle != b.angle ? a.angle > b.angle : a.index > b.index;
+    }
+
+    int countMembers(const CEdge* pCE) const
+    {
+        int num = 0;
+        for (const CTriangle* pCT : pCE->getCTs())
+            num += pCT->getPatch() == pPatch ? 1 : 0;
+        return num;
+    }
+
+    CEdge* findFold() const
+    {
+        for (const CTriangle* pCT : pPatch->getMembers()) {
+            if (!pCT->isAlive())
+                continue;
+            for (int i = 0; i < 3; ++i) {
+                CEdge* pCE = pCT->getCEdge(i);
+                if (pCE->getDegree() > 2 && countMembers(pCE) == 2)
+                    return pCE;
+            }
+        }
+        return nullptr;
+    }
+
+    const Side* sideOf(const CTriangle* pCT) const { return mSideOfT.find(pCT->getNumber()); }
+
+    // Enters the triangle, and its edges other than the one that it was reached by.
+    void join(CTriangle* pCT, Side side, const CEdge* pFromCE)
+    {
+        zanAssert(mSideOfT.tryEmplace(pCT->getNumber(), side).second);
+        vSideT[side].push_back(pCT);
+        for (int i = 0; i < 3; ++i) {
+            if (pCT->getCEdge(i) == pFromCE)
+                continue;
+            vConEdges.emplace_back(pMesh, pCT->getCEdge(i), pPatch);
+            vHeap.push_back({vConEdges.back().angle, vConEdges.size() - 1});
+            std::push_heap(vHeap.begin(), vHeap.end(), isLater);
+        }
+    }
+
+    // A copy: crossing it adds others.
+    ConEdge takeFirst()
+    {
+        std::pop_heap(vHeap.begin(), vHeap.end(), isLater);
+        const std::size_t index = vHeap.back().index;
+        vHeap.pop_back();
+        return vConEdges[index];
+    }
+
+    void cross(const ConEdge& conEdge)
+    {
+        if (conEdge.vMemT.size() != 2)
+            return;
+        CTriangle* pSrcT = conEdge.vMemT[0];
+        CTriangle* pTrgT = conEdge.vMemT[1];
+        if (sideOf(pSrcT) == nullptr)
+            std::swap(pSrcT, pTrgT);
+        if (sideOf(pTrgT) != nullptr)
+            return;
+        zanAssertText(sideOf(pSrcT) != nullptr, "pSrcT->bVisited");
+        const Side sideSrc = *sideOf(pSrcT);
+        if (pSrcT->needFlip(pTrgT) == conEdge.bSameSide)
+            pTrgT->flipOrientation();
+        join(pTrgT, conEdge.bSameSide ? sideSrc : otherSide(sideSrc), conEdge.pCE);
+    }
+
+    void appendHanging(const CEdge* pCE, Side side, std::vector<const CTriangle*>& vOutside) const
+    {
+        int numOfSide = 0;
+        for (const CTriangle* pCT : pCE->getCTs()) {
+            const Side* pSide = sideOf(pCT);
+            numOfSide += pSide != nullptr && *pSide == side ? 1 : 0;
+        }
+        if (numOfSide != 1)
+            return;
+        for (const CTriangle* pCT : pCE->getCTs())
+            if (pCT->getPatch() != pPatch)
+                vOutside.push_back(pCT);
+    }
+
+    CMesh* pMesh;
+    const CPatch* pPatch;
+    TESK_TOOLS::FlatMap<u64, Side, TESK_TOOLS::U64Hash> mSideOfT; // by number: the triangles reached
+    std::vector<CTriangle*> vSideT[2];
+    std::vector<ConEdge> vConEdges;
+    std::vector<HeapEntry> vHeap;
+};
+
+} // namespace
+
+// Without an area the thickness is no number, and only the size counts.
+bool CPatch::isFlatPocket() const
+{
+    if (getSize() < SMALL_SIZE)
+        return true;
+    const double thickness = getVolume() / (getArea() / 2.0) / pMesh->getCalc()->getCellSize();
+    return (getSize() < MEDIUM_SIZE && thickness < MEDIUM_THICKNESS) || thickness < LARGE_THICKNESS;
+}
+
+bool CPatch::splitClosedPatchKill(bool bFlag)
+{
+    orient();
+    if (!isFlatPocket())
+        return false;
+    PocketSides sides(pMesh, this);
+    if (!sides.split())
+        return false;
+    const std::size_t nPos = sides.countHangingOn(POS), nNeg = sides.countHangingOn(NEG);
+    if (bFlag && nPos >= 1 && nNeg >= 1)
+        return false;
+    Side doomed = sides.getMembers(POS).size() < sides.getMembers(NEG).size() ? POS : NEG;
+    if ((nPos == 0) != (nNeg == 0))
+        doomed = nPos == 0 ? POS : NEG;
+    for (CTriangle* pCT : sides.getMembers(doomed))
+        pCT->kill(pMesh);
+    return true;
+}
+
+} // namespace TESK_ZAN
