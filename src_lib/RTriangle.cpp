@@ -64,8 +64,8 @@ Vector3 RTriangle::getNNV(bool& bOK)
 
 void RTriangle::fillNNV()
 {
-    const bool bHasSides = (*aCorners[1] - *aCorners[0]).sqLength() != 0.0 &&
-                           (*aCorners[2] - *aCorners[0]).sqLength() != 0.0;
+    const bool bHasSides =
+        (*aCorners[1] - *aCorners[0]).sqLength() != 0.0 && (*aCorners[2] - *aCorners[0]).sqLength() != 0.0;
     bool bOK = false;
     if (nnv.isDegenerate() && bHasSides)
         getNNV(bOK);

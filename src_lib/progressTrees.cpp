@@ -1,6 +1,7 @@
 #include "progressTrees.h"
 
 #include "Progress.h"
+#include "flipLoops.h"
 
 namespace TESK_ZAN
 {
@@ -20,6 +21,25 @@ const std::vector<PhaseWeight>& reconstructPhases()
 const std::vector<PhaseWeight>& densityPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {{"CL_eres", 3}, {"SM_run", 3}, {"CL_creb", 3}};
+    return vPhases;
+}
+
+const std::vector<PhaseWeight>& edgeFlipsPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"RM_kdeg", 10}, {"RM_gEfCandMT", 10}, {"efLoop", 10}};
+    return vPhases;
+}
+
+const std::vector<PhaseWeight>& edgeFlipsSimAPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = [] {
+        std::vector<PhaseWeight> v = {{"RM_kdeg", 10}};
+        for (const double temperature : annealingTemperatures())
+            v.push_back({flipCandidatesPhase(temperature), 10});
+        v.push_back({"RM_gEfCandMT", 10});
+        v.push_back({"efLoop", 3});
+        return v;
+    }();
     return vPhases;
 }
 

@@ -1,4 +1,4 @@
-// Subsystem: run. Builds on: Progress. Used by: zan_api_functions.
+// Subsystem: run. Builds on: Progress, flipLoops. Used by: zan_api_functions.
 // The named progress trees of the exported calls, and the guard that opens one and always closes it.
 #pragma once
 
@@ -16,6 +16,8 @@ struct PhaseWeight {
 // The phases of each call, in the order in which they enter the tree.
 const std::vector<PhaseWeight>& reconstructPhases();
 const std::vector<PhaseWeight>& densityPhases();
+const std::vector<PhaseWeight>& edgeFlipsPhases();
+const std::vector<PhaseWeight>& edgeFlipsSimAPhases();
 
 // Opens a tree on the calling thread's progress root for the length of a call. Whatever way the call ends, a
 // subscriber that throws included, the root is "empty" afterwards. When a tree is open already (the call is

@@ -5,6 +5,7 @@
 #include "Progress.h"
 #include "RMesh.h"
 #include "TaskPool.h"
+#include "flipLoops.h"
 #include "messages.h"
 #include "progressTrees.h"
 #include "sampleScan.h"
@@ -50,6 +51,32 @@ std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spac
 std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs, int fillSize)
 {
     return reconstruct(vPoints, spacingAbs, UNUSED_SPACING, fillSize);
+}
+
+void edgeFlips(std::shared_ptr<Mesh> pMesh)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return;
+    }
+    ProgressTree tree("EdgeFlips", edgeFlipsPhases());
+    greedyFlips(pMesh->getRMesh());
+    pMesh->getRMesh()->killDegenerate();
+    tree.finish();
+}
+
+void edgeFlipsSimA(std::shared_ptr<Mesh> pMesh)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return;
+    }
+    ProgressTree tree("EdgeFlipsS", edgeFlipsSimAPhases());
+    edgeFlips(pMesh);
+    for (const double temperature : annealingTemperatures())
+        edgeFlipsSimA(pMesh->getRMesh(), temperature);
+    edgeFlips(pMesh);
+    tree.finish();
 }
 
 double estimateAvgSpacing(std::vector<Point3>& vPoints)

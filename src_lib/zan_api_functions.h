@@ -48,6 +48,22 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, 
 ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs,
                                                  int fillSize);
 
+// --- Work on a finished mesh
+// -----------------------------------------------------------------------------------
+//
+// These change the mesh in place: points and triangles that it has handed out before are no longer valid. An
+// empty pointer gives a warning and nothing else.
+
+// Turns edges to the other diagonal of their two triangles where that makes the surface straighter, until no
+// edge of the mesh gains any more; then removes flat triangles. Sharp edges get straight, colours get clean
+// borders; vertices stay where they are. New edges are not looked at, so a second call finds more to do. A
+// reconstruction has made two calls already. About a second a million triangles.
+ZAN_EXPORT void edgeFlips(std::shared_ptr<Mesh> pMesh);
+
+// The same by simulated annealing: escapes from states that edgeFlips can't leave, for a rough surface.
+// Takes some twenty times as long. The same mesh gives the same result.
+ZAN_EXPORT void edgeFlipsSimA(std::shared_ptr<Mesh> pMesh);
+
 // --- Looking at points and meshes
 // -----------------------------------------------------------------------------
 
