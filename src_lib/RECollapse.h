@@ -5,6 +5,7 @@
 #include "REdge.h"
 #include "RTriangle.h"
 
+#include <cstddef>
 #include <limits>
 #include <vector>
 
@@ -33,7 +34,7 @@ struct TurnedTriangles {
     int numDying = 0;     // triangles that have the other endpoint too
     int numTurned = 0;    // triangles that survive and had a normal
     double angleSumRad = 0.0; // by how much those turn, together
-    int numDegenerate = 0;    // triangles that had no normal before: not judged
+    size_t numDegenerate = 0; // triangles that had no normal before: not judged
 };
 
 // vSrcT: the triangles at pSrc, which moves to target; those with pTrg die. A triangle whose cross product at

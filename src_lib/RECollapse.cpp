@@ -1,0 +1,72 @@
+#include "RECollapse.h"
+
+#include "freeFunctions.h"
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+// False where the length under- or overflows.
+bool makeUnit(Vector3& v)
+{
+    const double len = v.length();
+    if (!(len > 0.0))
+        return false;
+    v /= len;
+    return v.isNV();
+}
+
+// How a triangle turns whose corner behind pNext and before pPrev moves to target.
+void addTurn(const RTriangle* pRT, const Point3* pSrc, const Point3& target, double maxAngleRad,
+             TurnedTriangles& turned)
+{
+    constexpr double MIN_ALT_CROSS = 1e-10;
+    const int ici = pRT->getICI(pSrc);
+    const Point3& next = *pRT->getCorner(nextIndex3(ici));
+    const Point3& prev = *pRT->getCorner(prevIndex3(ici));
+    const Vector3 prevToNext = next - prev;
+    Vector3 cross = crossProd(prevToNext, *pSrc - prev);
+    if (!makeUnit(cross)) {
+        ++turned.numDegenerate;
+        return;
+    }
+    Vector3 altCross = crossProd(prevToNext, target - prev);
+    if (altCross.length() < MIN_ALT_CROSS || !makeUnit(altCross)) {
+        turned.bAllowed = false;
+        return;
+    }
+    const double angleRad = getAngleRad(cross, altCross);
+    turned.bAllowed = angleRad <= maxAngleRad;
+    turned.angleSumRad += angleRad;
+    ++turned.numTurned;
+}
+
+} // namespace
+
+TurnedTriangles turnTriangles(const std::vector<RTriangle*>& vSrcT, const Point3* pSrc, const Point3* pTrg,
+                              const Point3& target, double maxAngleRad)
+{
+    TurnedTriangles turned;
+    for (const RTriangle* pRT : vSrcT) {
+        if (pRT->has(pTrg))
+            ++turned.numDying;
+        else
+            addTurn(pRT, pSrc, target, maxAngleRad, turned);
+        if (!turned.bAllowed)
+            break;
+    }
+    return turned;
+}
+
+// The second triangle hangs on the ring edge itself, so the ones at pTrg need not be walked.
+bool hasCommonRingEdge(const std::vector<RTriangle*>& vSrcT, const Point3* pSrc, const Point3* pTrg)
+{
+    for (const RTriangle* pRT : vSrcT)
+        if (!pRT->has(pTrg) && pRT->getRE(pRT->getICI(pSrc))->hasTriangleAt(pTrg))
+            return true;
+    return false;
+}
+
+} // namespace TESK_ZAN
