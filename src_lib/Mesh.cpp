@@ -50,6 +50,16 @@ void Mesh::printStatistics(const std::string& name) const
     pRMesh->printStatistics(name);
 }
 
+void Mesh::colorizeFilledHoles()
+{
+    pRMesh->colorizeFilledHoles();
+}
+
+void Mesh::contrastSpread(double lowFraction, double highFraction)
+{
+    pRMesh->contrastSpread(lowFraction, highFraction);
+}
+
 bool Mesh::writePly_BIN(const std::string& name) const
 {
     return PLY::writePly(pRMesh, name, true);

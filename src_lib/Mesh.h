@@ -53,6 +53,18 @@ public:
     // Writes the number of triangles and the edges by degree as a message.
     void printStatistics(const std::string& name) const;
 
+    // --- Colours, in place ---
+
+    // Gives vertices without colour the mean colour of their coloured neighbours, in waves from the coloured
+    // ones outward. What hangs together with no coloured vertex stays colourless. Linear.
+    void colorizeFilledHoles();
+
+    // Stretches the colours so that they use the whole range. All channels follow one curve, alpha stays.
+    // lowFraction, highFraction: the part of the channel values, 0 to below 0.5, that may be cut off at
+    // either end; 0.01 is usual. A range of at most 20 is stretched from its own ends. Nothing changes where
+    // there is no range: a single value, fractions that meet, NaN.
+    void contrastSpread(double lowFraction, double highFraction);
+
     // --- Files: true if written ---
 
     // The PLY form that each of these two writes is the opposite of its name, as it has always been: the

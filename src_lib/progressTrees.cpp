@@ -1,7 +1,10 @@
 #include "progressTrees.h"
 
 #include "Progress.h"
+#include "RMesh.h"
 #include "flipLoops.h"
+
+#include <algorithm>
 
 namespace TESK_ZAN
 {
@@ -40,6 +43,22 @@ const std::vector<PhaseWeight>& edgeFlipsSimAPhases()
         v.push_back({"efLoop", 3});
         return v;
     }();
+    return vPhases;
+}
+
+const std::vector<PhaseWeight>& reducePhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {
+        {"RM_kdeg", 3}, {"RM_redborder", 1}, {"RM_redprioq", 3}, {"RM_redprocprioq", 93}};
+    return vPhases;
+}
+
+std::vector<PhaseWeight> smoothingPhases(int numIterations)
+{
+    std::vector<PhaseWeight> vPhases = {{"border", 1}, {"list", 2}};
+    for (int i = 0; i < std::min(numIterations, MAX_SMOOTHING_PHASES); ++i)
+        vPhases.push_back({"it%" + std::to_string(i), 10});
+    vPhases.push_back({"RM_kdeg", 10});
     return vPhases;
 }
 

@@ -1,4 +1,4 @@
-// Subsystem: run. Builds on: Progress, flipLoops. Used by: zan_api_functions.
+// Subsystem: run. Builds on: Progress, flipLoops, RMesh. Used by: zan_api_functions.
 // The named progress trees of the exported calls, and the guard that opens one and always closes it.
 #pragma once
 
@@ -18,6 +18,8 @@ const std::vector<PhaseWeight>& reconstructPhases();
 const std::vector<PhaseWeight>& densityPhases();
 const std::vector<PhaseWeight>& edgeFlipsPhases();
 const std::vector<PhaseWeight>& edgeFlipsSimAPhases();
+const std::vector<PhaseWeight>& reducePhases();
+std::vector<PhaseWeight> smoothingPhases(int numIterations); // at most MAX_SMOOTHING_PHASES for the rounds
 
 // Opens a tree on the calling thread's progress root for the length of a call. Whatever way the call ends, a
 // subscriber that throws included, the root is "empty" afterwards. When a tree is open already (the call is

@@ -121,6 +121,30 @@ void findHoles(std::shared_ptr<Mesh> pMesh)
     writeHolesScene(*pMesh->getRMesh());
 }
 
+int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngleDeg)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return 0;
+    }
+    ProgressTree tree("Reduce", reducePhases());
+    const int numRemoved = pMesh->getRMesh()->reduce(maxLen * maxLen, maxAngleDeg);
+    pMesh->getRMesh()->killDegenerate();
+    tree.finish();
+    return numRemoved;
+}
+
+void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return;
+    }
+    ProgressTree tree("Smoothing", smoothingPhases(numIterations));
+    pMesh->getRMesh()->laplacianSmoothing(numIterations, true);
+    tree.finish();
+}
+
 void setGlobalNumCPU(int numCPU)
 {
     if (numCPU < 0) {

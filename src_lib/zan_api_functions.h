@@ -64,6 +64,19 @@ ZAN_EXPORT void edgeFlips(std::shared_ptr<Mesh> pMesh);
 // Takes some twenty times as long. The same mesh gives the same result.
 ZAN_EXPORT void edgeFlipsSimA(std::shared_ptr<Mesh> pMesh);
 
+// Fewer triangles, by collapsing edges: the short ones in flat places first, between points of like colour.
+// The vertices that are left keep their places. Returns how many triangles the collapses removed.
+//   maxLen       no edge longer than this collapses, in units of the input. Infinity: by angle alone.
+//   maxAngleDeg  no collapse turns a triangle by more degrees than this; the turns of several collapses may
+//                add up. 0 removes what is exactly flat; 5 to 30 are usual.
+// Borders keep their shape but for bends below 10 degrees. Thin tubes and bridges of the width of one edge
+// may be pinched together. NaN removes nothing. About n log n.
+ZAN_EXPORT int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngleDeg);
+
+// Moves every vertex that is not on a border to the mean of its neighbours, numIterations times, and removes
+// what became flat by that. Shrinks the surface a little each time. 0 or less moves nothing.
+ZAN_EXPORT void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations);
+
 // --- Looking at points and meshes
 // -----------------------------------------------------------------------------
 
