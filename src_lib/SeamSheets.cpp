@@ -1,0 +1,386 @@
+#include "SeamSheets.h"
+
+#include "RPatch.h"
+#include "stageTrace.h"
+#include "zanAssert.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <tuple>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+// A patch below this size that ends at a seam is no surface of its own: the extraction makes such fins and
+// skins out of a few cells. Larger ones are kept as sheets.
+constexpr size_t MIN_SHEET_T = 25;
+
+constexpr double PI = std::numbers::pi;
+
+// By how much the surface turns from one half-plane around an edge to another: 0 is flat, pi folded back.
+double turnBetween(double angle0, double angle1)
+{
+    return std::fabs(std::fabs(angle0 - angle1) - PI);
+}
+
+// The part of v that is orthogonal to the unit vector axis.
+Vector3 orthogonalPart(const Vector3& v, const Vector3& axis)
+{
+    return v - axis * (v * axis);
+}
+
+Vector3 unitOrNull(const Vector3& v)
+{
+    const double len = v.length();
+    return len > 0.0 && std::isfinite(len) ? v / len : Vector3();
+}
+
+void sortUnique(std::vector<std::uint32_t>& v)
+{
+    std::sort(v.begin(), v.end());
+    v.erase(std::unique(v.begin(), v.end()), v.end());
+}
+
+} // namespace
+
+// ---- Seams and patches ----
+
+SeamSheets::SeamSheets(const RMesh& mesh_) : mesh(mesh_)
+{
+    constexpr int ABOVE_2 = -1;
+    mesh.getDegN(ABOVE_2, vSeamRE);
+    const auto& vRP = mesh.getPatches();
+    vPatches.reserve(vRP.size());
+    for (const auto& pPatch : vRP) {
+        vPatches.emplace_back();
+        vPatches.back().parent = static_cast<Index>(vPatches.size() - 1);
+        vPatches.back().bTurned = false;
+        vPatches.back().numT = pPatch->getNumAliveT();
+    }
+    vSeams.reserve(vSeamRE.size());
+    for (REdge* pRE : vSeamRE)
+        addSeam(pRE);
+    for (Patch& patch : vPatches)
+        sortUnique(patch.vSeams);
+}
+
+void SeamSheets::addSeam(REdge* pRE)
+{
+    std::vector<RTriangle*> vRT;
+    pRE->getAliveT(vRT);
+    sortUniqueByNumber(vRT);
+    Seam seam;
+    seam.numOpen = vRT.size();
+    for (RTriangle* pRT : vRT) {
+        const auto patch = static_cast<Index>(pRT->getPatch()->getId());
+        const int ici = pRT->getICI(pRE->getVtx0());
+        const bool bAlongEdge = pRT->getCorner((ici + 1) % 3) == pRE->getVtx1();
+        seam.vSlots.push_back({pRT, patch, OPEN, 0.0, bAlongEdge});
+        vPatches[patch].vSeams.push_back(static_cast<Index>(vSeams.size()));
+    }
+    setAngles(*pRE, seam.vSlots);
+    vSeams.push_back(std::move(seam));
+}
+
+// A triangle without area has no direction round the edge: it counts as lying where the first one lies.
+void SeamSheets::setAngles(const REdge& edge, std::vector<Slot>& vSlots)
+{
+    const Point3& origin = *edge.getVtx0();
+    const Vector3 axis = unitOrNull(*edge.getVtx1() - origin);
+    const auto directionOf = [&](const Slot& slot) {
+        const Point3* pOpp = slot.pRT->getThirdPoint(edge.getVtx0(), edge.getVtx1());
+        return orthogonalPart(*pOpp - origin, axis);
+    };
+    const Vector3 ahead = unitOrNull(directionOf(vSlots[0]));
+    const Vector3 aside = crossProd(axis, ahead);
+    for (Slot& slot : vSlots) {
+        const Vector3 direction = directionOf(slot);
+        const double angle = std::atan2(direction * aside, direction * ahead);
+        slot.angle = angle < 0.0 ? angle + 2.0 * PI : angle;
+    }
+    vSlots[0].angle = 0.0;
+}
+
+SeamSheets::Root SeamSheets::findRoot(Index patch)
+{
+    bool bTurned = false;
+    Index root = patch;
+    while (vPatches[root].parent != root) {
+        bTurned = bTurned != vPatches[root].bTurned;
+        root = vPatches[root].parent;
+    }
+    const bool bTurnedAll = bTurned;
+    while (vPatches[patch].parent != patch) { // shorten the way for the next one
+        const Index next = vPatches[patch].parent;
+        const bool bTurnedNext = vPatches[patch].bTurned;
+        vPatches[patch].parent = root;
+        vPatches[patch].bTurned = bTurned;
+        bTurned = bTurned != bTurnedNext;
+        patch = next;
+    }
+    return {root, bTurnedAll};
+}
+
+// True unless both are of one patch and would be joined against its sides.
+bool SeamSheets::fitTogether(const Slot& slot0, const Slot& slot1)
+{
+    const Root root0 = findRoot(slot0.patch);
+    const Root root1 = findRoot(slot1.patch);
+    const bool bOpposite = slot0.bAlongEdge != slot1.bAlongEdge;
+    return root0.patch != root1.patch || bOpposite == (root0.bTurned == root1.bTurned);
+}
+
+// Makes the patches of two triangles one. Each seam of the patch with fewer of them is counted anew, so a
+// seam is counted O(log n) times in all.
+void SeamSheets::becomeOne(const Slot& slot0, const Slot& slot1)
+{
+    Root keep = findRoot(slot0.patch);
+    Root gone = findRoot(slot1.patch);
+    if (keep.patch == gone.patch)
+        return;
+    if (vPatches[keep.patch].vSeams.size() < vPatches[gone.patch].vSeams.size())
+        std::swap(keep, gone);
+    Patch& keptPatch = vPatches[keep.patch];
+    Patch& gonePatch = vPatches[gone.patch];
+    const std::vector<Index> vMoved = std::move(gonePatch.vSeams);
+    for (const Index seam : vMoved)
+        addEffects(vSeams[seam], -1);
+    const bool bOpposite = slot0.bAlongEdge != slot1.bAlongEdge;
+    gonePatch.parent = keep.patch;
+    gonePatch.bTurned = bOpposite != (keep.bTurned == gone.bTurned);
+    keptPatch.numT += gonePatch.numT;
+    keptPatch.effect.numSolved += gonePatch.effect.numSolved;
+    keptPatch.effect.numAlone += gonePatch.effect.numAlone;
+    keptPatch.effect.numOwnEnds += gonePatch.effect.numOwnEnds;
+    keptPatch.vSeams.insert(keptPatch.vSeams.end(), vMoved.begin(), vMoved.end());
+    for (const Index seam : vMoved)
+        addEffects(vSeams[seam], 1);
+}
+
+// ---- 1. Detaching ----
+
+SeamSheets::Effect SeamSheets::effectAt(const Seam& seam, Index root)
+{
+    Effect effect;
+    if (seam.numOpen <= 2)
+        return effect;
+    size_t numOwn = 0;
+    const Slot* aOthers[2] = {nullptr, nullptr};
+    const Slot* aOwn[2] = {nullptr, nullptr};
+    size_t numOthers = 0;
+    for (const Slot& slot : seam.vSlots) {
+        if (slot.group != OPEN)
+            continue;
+        const bool bOwn = findRoot(slot.patch).patch == root;
+        size_t& num = bOwn ? numOwn : numOthers;
+        if (num < 2)
+            (bOwn ? aOwn : aOthers)[num] = &slot;
+        ++num;
+    }
+    effect.numSolved = numOthers > 0 ? 1 : 0;
+    if (numOthers == 1 || (numOthers == 2 && !fitTogether(*aOthers[0], *aOthers[1])))
+        effect.numAlone = static_cast<int>(numOthers);
+    if (numOwn == 1 || (numOwn == 2 && !fitTogether(*aOwn[0], *aOwn[1])))
+        effect.numOwnEnds = static_cast<int>(numOwn);
+    return effect;
+}
+
+// Adds the effects at this seam to all its patches, or takes them off (sign -1): off before the seam changes,
+// on afterwards.
+void SeamSheets::addEffects(const Seam& seam, int sign)
+{
+    std::vector<Index> vRoots;
+    for (const Slot& slot : seam.vSlots)
+        if (slot.group == OPEN)
+            vRoots.push_back(findRoot(slot.patch).patch);
+    sortUnique(vRoots);
+    for (const Index root : vRoots) {
+        const Effect effect = effectAt(seam, root);
+        Effect& sum = vPatches[root].effect;
+        sum.numSolved += sign * effect.numSolved;
+        sum.numAlone += sign * effect.numAlone;
+        sum.numOwnEnds += sign * effect.numOwnEnds;
+        if (sign > 0)
+            pushCandidate(root);
+    }
+}
+
+// Opposite of the order of preference: what the queue has on top is the smallest.
+bool SeamSheets::Candidate::operator>(const Candidate& other) const
+{
+    return std::make_tuple(bEnds, numT, -roughness, patch) >
+           std::make_tuple(other.bEnds, other.numT, -other.roughness, other.patch);
+}
+
+void SeamSheets::pushCandidate(Index root)
+{
+    const Patch& patch = vPatches[root];
+    if (patch.effect.numSolved == 0 || patch.effect.numAlone > 0)
+        return;
+    queue.push({patch.effect.numOwnEnds > 0, patch.numT, roughnessOf(root), root});
+}
+
+// How much the surface turns on the average from a small patch to the flattest continuation at its seams. Of
+// large patches nobody asks.
+double SeamSheets::roughnessOf(Index root)
+{
+    if (vPatches[root].numT >= MIN_SHEET_T)
+        return 0.0;
+    double sumTurns = 0.0;
+    size_t numTurns = 0;
+    for (const Index index : vPatches[root].vSeams) {
+        for (const Slot& own : vSeams[index].vSlots) {
+            if (own.group != OPEN || findRoot(own.patch).patch != root)
+                continue;
+            double minTurn = PI;
+            for (const Slot& other : vSeams[index].vSlots)
+                if (other.group == OPEN && findRoot(other.patch).patch != root)
+                    minTurn = std::min(minTurn, turnBetween(own.angle, other.angle));
+            sumTurns += minTurn;
+            ++numTurns;
+        }
+    }
+    return numTurns == 0 ? 0.0 : sumTurns / static_cast<double>(numTurns);
+}
+
+void SeamSheets::detachPatches()
+{
+    for (const Seam& seam : vSeams)
+        addEffects(seam, 1);
+    while (!queue.empty()) {
+        const Candidate best = queue.top();
+        queue.pop();
+        const Patch& patch = vPatches[best.patch];
+        const bool bStale = patch.parent != best.patch || patch.bDetached || patch.effect.numSolved == 0 ||
+                            patch.effect.numAlone > 0;
+        if (bStale)
+            continue;
+        if (patch.numT != best.numT || (patch.effect.numOwnEnds > 0) != best.bEnds)
+            pushCandidate(best.patch);
+        else
+            detach(best.patch);
+    }
+}
+
+void SeamSheets::detach(Index root)
+{
+    Patch& patch = vPatches[root];
+    patch.bDetached = true;
+    patch.bScrap = patch.effect.numOwnEnds > 0 && patch.numT < MIN_SHEET_T;
+    std::vector<Index> vOwnSeams = patch.vSeams;
+    sortUnique(vOwnSeams);
+    for (const Index seam : vOwnSeams)
+        detachAt(vSeams[seam], root);
+}
+
+// Where two triangles are left they become one sheet.
+void SeamSheets::detachAt(Seam& seam, Index root)
+{
+    addEffects(seam, -1);
+    const Slot* aLeft[2] = {nullptr, nullptr};
+    size_t numLeft = 0;
+    for (Slot& slot : seam.vSlots) {
+        if (slot.group != OPEN)
+            continue;
+        if (findRoot(slot.patch).patch == root) {
+            slot.group = root;
+            --seam.numOpen;
+        } else {
+            if (numLeft < 2)
+                aLeft[numLeft] = &slot;
+            ++numLeft;
+        }
+    }
+    addEffects(seam, 1);
+    if (numLeft == 2)
+        becomeOne(*aLeft[0], *aLeft[1]);
+}
+
+// ---- 2. Joining ----
+
+void SeamSheets::joinGroups()
+{
+    std::vector<Slot*> vpGroup;
+    for (size_t i = 0; i < vSeams.size(); ++i) {
+        std::vector<Slot>& vSlots = vSeams[i].vSlots;
+        std::sort(vSlots.begin(), vSlots.end(), [](const Slot& a, const Slot& b) {
+            return a.group != b.group ? a.group < b.group : a.angle < b.angle;
+        });
+        for (size_t begin = 0; begin < vSlots.size();) {
+            vpGroup.clear();
+            for (; begin < vSlots.size() && (vpGroup.empty() || vpGroup[0]->group == vSlots[begin].group);
+                 ++begin)
+                vpGroup.push_back(&vSlots[begin]);
+            joinPairs(vSeamRE[i], vpGroup);
+        }
+    }
+}
+
+// Slots in the order of their angles. All that is not joined ends here.
+void SeamSheets::joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots)
+{
+    struct Pair {
+        double cost;
+        size_t first;
+        size_t second;
+    };
+    const size_t num = vpSlots.size();
+    std::vector<Pair> vPairs;
+    for (size_t first = 0; first < num; ++first) {
+        for (size_t second = first + 1; second < num; ++second) {
+            const bool bStrands = num % 2 == 0 && (second - first) % 2 == 0; // an odd number on each side
+            if (bStrands || !fitTogether(*vpSlots[first], *vpSlots[second]))
+                continue;
+            const bool bSamePatch =
+                findRoot(vpSlots[first]->patch).patch == findRoot(vpSlots[second]->patch).patch;
+            const double turn = turnBetween(vpSlots[first]->angle, vpSlots[second]->angle);
+            vPairs.push_back({turn - (bSamePatch ? 0.5 * PI : 0.0), first, second});
+        }
+    }
+    std::sort(vPairs.begin(), vPairs.end(), [](const Pair& a, const Pair& b) {
+        return std::tie(a.cost, a.first, a.second) < std::tie(b.cost, b.first, b.second);
+    });
+    for (const Slot* pSlot : vpSlots)
+        joints.end(pRE, pSlot->pRT);
+    std::vector<Pair> vTaken;
+    for (const Pair& pair : vPairs) {
+        const bool bInTheWay = std::any_of(vTaken.begin(), vTaken.end(), [&](const Pair& taken) {
+            const auto inside = [&](size_t i) { return taken.first < i && i < taken.second; };
+            const auto outside = [&](size_t i) { return i < taken.first || taken.second < i; };
+            return !(inside(pair.first) && inside(pair.second)) &&
+                   !(outside(pair.first) && outside(pair.second));
+        });
+        if (bInTheWay || !fitTogether(*vpSlots[pair.first], *vpSlots[pair.second]))
+            continue;
+        vTaken.push_back(pair);
+        joints.join(pRE, vpSlots[pair.first]->pRT, vpSlots[pair.second]->pRT);
+        becomeOne(*vpSlots[pair.first], *vpSlots[pair.second]);
+    }
+}
+
+void SeamSheets::decide()
+{
+    const StageTimer stage("RM_sheets");
+    detachPatches();
+    joinGroups();
+}
+
+void SeamSheets::getScrapT(std::vector<RTriangle*>& vRT) const
+{
+    for (size_t i = 0; i < vPatches.size(); ++i) {
+        const Patch* pPatch = &vPatches[i];
+        while (pPatch != &vPatches[pPatch->parent])
+            pPatch = &vPatches[pPatch->parent];
+        if (!pPatch->bScrap)
+            continue;
+        const auto& vPatchT = mesh.getPatches()[i]->getTriangles();
+        std::copy_if(vPatchT.begin(), vPatchT.end(), std::back_inserter(vRT),
+                     [](const RTriangle* pRT) { return pRT->isAlive(); });
+    }
+}
+
+} // namespace TESK_ZAN

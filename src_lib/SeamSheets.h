@@ -1,0 +1,115 @@
+// Subsystem: real mesh. Builds on: RMesh, FanSplitter. Used by: manifoldRepair.
+// Decides which triangles stay together where more than two meet at an edge.
+#pragma once
+
+#include "FanSplitter.h"
+#include "RMesh.h"
+#include "tesk_tools/SmallVector.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <queue>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+// A seam is an edge with more than two triangles; the patches are what hangs together over edges of degree 2.
+// Seams are few and patches know them, so all that follows works on a small graph of patches:
+//
+// 1. Patch after patch is detached, as long as that leaves no triangle of another patch alone at a seam:
+// first
+//    those that lose nothing themselves (two closed surfaces that touch), then the smallest. A fin lies on a
+//    sheet this way, or one of the two skins of a pocket. Where two triangles are left at a seam their
+//    patches become one. Of skins of one size the rougher one goes.
+// 2. What still meets in a seam is joined in pairs: never crosswise, those first that belong to one patch and
+//    turn least.
+//
+// A small patch that has been detached and would end at a seam is a scrap.
+class SeamSheets
+{
+public:
+    // The patches must be fresh: createPatchesOrient. The mesh must not change while this lives.
+    explicit SeamSheets(const RMesh& mesh);
+
+    // Both steps. Call it once. O(s log s) in the number of seams and their triangles.
+    void decide();
+
+    const std::vector<REdge*>& getSeams() const { return vSeamRE; } // by number
+    const EdgeJoints& getJoints() const { return joints; }
+
+    // Appends the triangles of the scraps.
+    void getScrapT(std::vector<RTriangle*>& vRT) const;
+
+private:
+    using Index = std::uint32_t;
+    static constexpr Index OPEN = UINT32_MAX;
+
+    // A triangle at a seam.
+    struct Slot {
+        RTriangle* pRT;
+        Index patch;     // where it lay at the start
+        Index group;     // OPEN, or the detached patch that it went with
+        double angle;    // radians round the seam, 0 to 2 pi, from the first slot on
+        bool bAlongEdge; // the triangle runs from endpoint 0 to endpoint 1
+    };
+    struct Seam {
+        std::vector<Slot> vSlots;
+        size_t numOpen; // slots whose group is OPEN
+    };
+
+    // What detaching would do at the seams of a patch.
+    struct Effect {
+        int numSolved = 0; // seams that have too many triangles now
+        int numAlone =
+            0; // triangles of other patches that would be left alone, or joined against their sides
+        int numOwnEnds = 0; // seams where the patch itself would end
+    };
+    struct Patch {
+        Index parent; // the patch that it became part of; itself if none
+        bool bTurned; // against the parent
+        bool bDetached = false;
+        bool bScrap = false;
+        size_t numT;
+        std::vector<Index> vSeams; // of all its parts; may repeat
+        Effect effect;
+    };
+    struct Candidate {
+        bool bEnds; // it would end at seams
+        size_t numT;
+        double roughness;
+        Index patch;
+        bool operator>(const Candidate& other) const;
+    };
+    struct Root {
+        Index patch;
+        bool bTurned; // the part, against this root
+    };
+
+    void addSeam(REdge* pRE);
+    static void setAngles(const REdge& edge, std::vector<Slot>& vSlots);
+
+    Root findRoot(Index patch);
+    bool fitTogether(const Slot& slot0, const Slot& slot1);
+    void addEffects(const Seam& seam, int sign);
+    Effect effectAt(const Seam& seam, Index root);
+    void becomeOne(const Slot& slot0, const Slot& slot1);
+
+    void detachPatches();
+    void pushCandidate(Index root);
+    double roughnessOf(Index root);
+    void detach(Index root);
+    void detachAt(Seam& seam, Index root);
+
+    void joinGroups();
+    void joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots);
+
+    const RMesh& mesh;
+    std::vector<REdge*> vSeamRE;
+    std::vector<Seam> vSeams; // parallel to vSeamRE
+    std::vector<Patch> vPatches;
+    std::priority_queue<Candidate, std::vector<Candidate>, std::greater<>> queue;
+    EdgeJoints joints;
+};
+
+} // namespace TESK_ZAN

@@ -1,0 +1,199 @@
+#include "manifoldRepair.h"
+
+#include "FanSplitter.h"
+#include "RMesh.h"
+#include "SeamSheets.h"
+#include "sortMT.h"
+#include "stageTrace.h"
+
+#include <algorithm>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr int ABOVE_2 = -1; // for getDegN
+
+// The next triangle round the vertex, over pRE, which becomes the edge behind it. Null where no fan goes on.
+RTriangle* stepRound(const Point3* pVtx, const RTriangle* pRT, const REdge*& pRE)
+{
+    RTriangle* pNextT = pRE->getDegree() == 2 ? pRE->getOtherT(pRT) : nullptr;
+    if (pNextT == nullptr)
+        return nullptr;
+    const int ici = pNextT->getICI(pVtx);
+    const REdge* pBehind = pNextT->getRE((ici + 1) % 3);
+    pRE = pBehind != pRE ? pBehind : pNextT->getRE((ici + 2) % 3);
+    return pNextT;
+}
+
+// True if all triangles at the vertex are one fan or half-fan over edges of degree 2.
+bool isOneFan(const RMesh& mesh, const Point3* pVtx)
+{
+    const auto& vTNumbers = recordOf(pVtx).vTNumbers;
+    const RTriangle* pFirstT = mesh.getAllT()[vTNumbers[0]];
+    const int ici = pFirstT->getICI(pVtx);
+    size_t numReached = 1;
+    for (const int side : {1, 2}) {
+        const REdge* pRE = pFirstT->getRE((ici + side) % 3);
+        const RTriangle* pRT = stepRound(pVtx, pFirstT, pRE);
+        for (; pRT != nullptr && pRT != pFirstT; pRT = stepRound(pVtx, pRT, pRE))
+            ++numReached;
+        if (pRT == pFirstT)
+            break; // closed: the other side would count the same ones again
+    }
+    return numReached == vTNumbers.size();
+}
+
+bool isTwisted(const REdge& edge)
+{
+    RTriangle* pT0 = nullptr;
+    RTriangle* pT1 = nullptr;
+    return edge.getAdjT(pT0, pT1, true) && pT0->needFlip(pT1);
+}
+
+// The elements for which f(element) holds, in their order. f is called in parallel.
+template <class T, class F>
+std::vector<T*> selectMT(const std::vector<T*>& v, F f)
+{
+    std::vector<char> vWanted(v.size(), 0);
+    forRangeMT(v.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            vWanted[i] = f(v[i]) ? 1 : 0;
+    });
+    std::vector<T*> vSelected;
+    for (size_t i = 0; i < v.size(); ++i)
+        if (vWanted[i] != 0)
+            vSelected.push_back(v[i]);
+    return vSelected;
+}
+
+// Midway between the endpoints; each half of a coordinate first, so that the sum stays finite.
+Point3 midpointOf(const REdge& edge)
+{
+    const Point3& p0 = *edge.getVtx0();
+    const Point3& p1 = *edge.getVtx1();
+    Point3 mid(0.5 * p0.x() + 0.5 * p1.x(), 0.5 * p0.y() + 0.5 * p1.y(), 0.5 * p0.z() + 0.5 * p1.z());
+    mid.copyColorFrom(p0, p1);
+    return mid;
+}
+
+class Repair
+{
+public:
+    explicit Repair(RMesh& mesh_) : mesh(mesh_) {}
+
+    RepairReport run()
+    {
+        findDefects();
+        report.numOverfullRE = vOverfullRE.size();
+        report.numBadVtx = vBadVtx.size();
+        while (!vOverfullRE.empty() || !vBadVtx.empty()) {
+            ++report.numRounds;
+            removeTwins();
+            partSheets();
+            splitInseparable();
+            findDefects();
+        }
+        cutTwists();
+        return report;
+    }
+
+private:
+    void findDefects()
+    {
+        const StageTimer stage("RM_defects");
+        vOverfullRE.clear();
+        mesh.getDegN(ABOVE_2, vOverfullRE);
+        std::vector<Point3*> vVtx;
+        mesh.getPoints(vVtx);
+        vBadVtx = selectMT(vVtx, [this](const Point3* pVtx) { return !isOneFan(mesh, pVtx); });
+    }
+
+    // Twins would meet each other in all of their edges, and leave a pillow of two triangles.
+    void removeTwins()
+    {
+        const size_t numBefore = mesh.getNumT();
+        mesh.killDuplicateTriangles();
+        report.numRemovedT += numBefore - mesh.getNumT();
+    }
+
+    void partSheets()
+    {
+        mesh.createPatchesOrient();
+        SeamSheets sheets(mesh);
+        sheets.decide();
+        std::vector<RTriangle*> vScrapT;
+        sheets.getScrapT(vScrapT);
+        for (RTriangle* pRT : vScrapT)
+            pRT->kill(&mesh);
+        report.numRemovedT += vScrapT.size();
+        split(sheets.getJoints(), sheets.getSeams());
+    }
+
+    // Splits the fans at the bad vertices and at the ends of these edges.
+    void split(const EdgeJoints& joints, const std::vector<REdge*>& vRE)
+    {
+        std::vector<Point3*> vVtx = vBadVtx;
+        for (const REdge* pRE : vRE)
+            vVtx.insert(vVtx.end(), {pRE->getVtx0(), pRE->getVtx1()});
+        sortUniqueByNumber(vVtx);
+        FanSplitter splitter(mesh, joints);
+        for (Point3* pVtx : vVtx)
+            splitter.splitAt(pVtx);
+        splitter.apply();
+        report.numCopiedVtx += splitter.getNumCopies();
+    }
+
+    // What meets in an edge may hang together around both of its ends. A vertex in the middle does not, so
+    // the next round parts the sheets there.
+    void splitInseparable()
+    {
+        vOverfullRE.clear();
+        mesh.getDegN(ABOVE_2, vOverfullRE);
+        for (REdge* pRE : vOverfullRE)
+            pRE->split(mesh.createVtxBeside(midpointOf(*pRE)), &mesh);
+        report.numSplitRE += vOverfullRE.size();
+    }
+
+    // An orientation that grows from one triangle meets itself the wrong way along lines that end at the
+    // border or nowhere. Cut there, both sides are fans of their own at each vertex of the line.
+    void cutTwists()
+    {
+        if (findTwistedRE().empty())
+            return;
+        mesh.createPatchesOrient();
+        const std::vector<REdge*> vTwistedRE = findTwistedRE();
+        EdgeJoints joints;
+        std::vector<RTriangle*> vRT;
+        for (const REdge* pRE : vTwistedRE) {
+            vRT.clear();
+            pRE->getAliveT(vRT);
+            for (const RTriangle* pRT : vRT)
+                joints.end(pRE, pRT);
+        }
+        split(joints, vTwistedRE);
+        report.numTwistedRE = vTwistedRE.size();
+    }
+
+    std::vector<REdge*> findTwistedRE() const
+    {
+        return selectMT(mesh.getAllRE(), [](const REdge* pRE) { return isTwisted(*pRE); });
+    }
+
+    RMesh& mesh;
+    RepairReport report;
+    std::vector<REdge*> vOverfullRE; // by number
+    std::vector<Point3*> vBadVtx;    // by number
+};
+
+} // namespace
+
+RepairReport repairNonManifold(RMesh& mesh)
+{
+    const StageTimer stage("RM_repair");
+    return Repair(mesh).run();
+}
+
+} // namespace TESK_ZAN
