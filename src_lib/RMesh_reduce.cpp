@@ -218,7 +218,7 @@ public:
     Reducer(RMesh& mesh_, double maxSqLen, double maxAngleRad)
         : mesh(mesh_), judge(mesh_, maxSqLen, maxAngleRad), vBorder(mesh_.getNumVtx(), false),
           vChangedAt(mesh_.getNumVtx(), 1), vPenalty(2 * mesh_.getAllRE().size(), COLLAPSE_FORBIDDEN),
-          vRatedAt(vPenalty.size(), 0), vWaits(vPenalty.size(), false)
+          vRatedAt(vPenalty.size(), 0), vNumWaiting(vPenalty.size(), 0)
     {
         zanAssert(mesh_.getAllRE().size() <= std::numeric_limits<Slot>::max() / 2);
     }
@@ -250,18 +250,19 @@ private:
     bool isFresh(const REdge* pRE, int dir) const;
     void rate(const std::vector<REdge*>& vEdges);
     void store(Slot slot, double penalty);
-    bool startsWaiting(Slot slot);
+    bool mustInsert(Slot slot);
+    void surfaceCopy(const CollapseQueue::Entry& entry);
 
     RMesh& mesh;
     CollapseJudge judge;
     CollapseQueue queue;
-    std::vector<bool> vBorder;             // by vertex: was on a border at the start
-    std::uint32_t numCollapses = 1;        // 1 more than there have been
-    std::vector<std::uint32_t> vChangedAt; // by vertex: numCollapses after the last change of its triangles
-    std::vector<double> vPenalty;          // by slot: the last one computed
-    std::vector<std::uint32_t> vRatedAt;   // by slot: numCollapses when that was; 0: never
-    std::vector<bool> vWaits;              // by slot: the queue has an entry with that penalty
-    std::vector<Point3*> vRefillVtx;       // targets of the collapses since the last refill
+    std::vector<bool> vBorder;              // by vertex: was on a border at the start
+    std::uint32_t numCollapses = 1;         // 1 more than there have been
+    std::vector<std::uint32_t> vChangedAt;  // by vertex: numCollapses after the last change of its triangles
+    std::vector<double> vPenalty;           // by slot: the last one computed
+    std::vector<std::uint32_t> vRatedAt;    // by slot: numCollapses when that was; 0: never
+    std::vector<std::uint16_t> vNumWaiting; // by slot: entries with that penalty; see mustInsert
+    std::vector<Point3*> vRefillVtx;        // targets of the collapses since the last refill
     int numFullRefills = 0;
     size_t numRemoved = 0;
     size_t numDegenerate = 0;
@@ -299,13 +300,12 @@ void Reducer::processQueue()
     openQueuePhase();
     while (!queue.empty()) {
         const CollapseQueue::Entry entry = queue.pop();
-        if (entry.penalty == vPenalty[entry.slot])
-            vWaits[entry.slot] = false;
+        surfaceCopy(entry);
         REdge* pRE = mesh.getAllRE()[entry.slot / 2];
         const int dir = static_cast<int>(entry.slot % 2);
         const double fresh = freshPenalty(pRE, dir);
         if (fresh != COLLAPSE_FORBIDDEN && fresh > MAX_CHEAP && fresh > entry.penalty + MAX_RISE) {
-            if (startsWaiting(entry.slot))
+            if (mustInsert(entry.slot))
                 queue.push(fresh, entry.slot);
             continue;
         }
@@ -407,7 +407,7 @@ void Reducer::refillAll()
         rate(vStaleRE);
         for (size_t i = begin; i < end; ++i)
             for (int dir = 0; dir < 2; ++dir)
-                if (vAllRE[i]->isAlive() && startsWaiting(slotOf(vAllRE[i], dir)))
+                if (vAllRE[i]->isAlive() && mustInsert(slotOf(vAllRE[i], dir)))
                     vNew.push_back({vPenalty[slotOf(vAllRE[i], dir)], slotOf(vAllRE[i], dir), 0});
     }
     queue.insert(std::move(vNew));
@@ -428,7 +428,7 @@ void Reducer::refillAroundCollapses()
     rate(vStaleRE);
     for (const REdge* pRE : vNearRE)
         for (int dir = 0; dir < 2; ++dir)
-            if (startsWaiting(slotOf(pRE, dir)))
+            if (mustInsert(slotOf(pRE, dir)))
                 queue.push(vPenalty[slotOf(pRE, dir)], slotOf(pRE, dir));
 }
 
@@ -452,19 +452,31 @@ void Reducer::rate(const std::vector<REdge*>& vEdges)
 void Reducer::store(Slot slot, double penalty)
 {
     if (penalty != vPenalty[slot])
-        vWaits[slot] = false;
+        for (; vNumWaiting[slot] > 0; --vNumWaiting[slot])
+            if (vNumWaiting[slot] > 1) // the first is in the queue
+                queue.push(vPenalty[slot], slot);
     vPenalty[slot] = penalty;
     vRatedAt[slot] = numCollapses;
 }
 
-// True if an entry for the slot has to be inserted under its last penalty. A second entry like one that waits
-// already would come to the top right behind that one, and do the same.
-bool Reducer::startsWaiting(Slot slot)
+// True if an entry for the slot has to go into the queue under its last penalty. While one is there, equal
+// ones are only counted: each full refill offers every edge again, and they would fill the memory.
+bool Reducer::mustInsert(Slot slot)
 {
-    if (vPenalty[slot] == COLLAPSE_FORBIDDEN || vWaits[slot])
+    constexpr std::uint16_t MAX_WAITING = std::numeric_limits<std::uint16_t>::max();
+    if (vPenalty[slot] == COLLAPSE_FORBIDDEN)
         return false;
-    vWaits[slot] = true;
-    return true;
+    if (vNumWaiting[slot] == MAX_WAITING)
+        return true;
+    return ++vNumWaiting[slot] == 1;
+}
+
+// The next of the counted entries takes the place of the one that has come to the top.
+void Reducer::surfaceCopy(const CollapseQueue::Entry& entry)
+{
+    std::uint16_t& numWaiting = vNumWaiting[entry.slot];
+    if (numWaiting > 0 && entry.penalty == vPenalty[entry.slot] && --numWaiting > 0)
+        queue.push(entry.penalty, entry.slot);
 }
 
 } // namespace
