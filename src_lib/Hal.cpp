@@ -5,13 +5,23 @@
 #include "Mesh.h"
 #include "Progress.h"
 #include "RMesh.h"
+#include "RTop.h"
+#include "Top.h"
 #include "Voro.h"
 #include "messages.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
+#include "zan_api_functions.h"
 
 namespace TESK_ZAN
 {
+
+namespace
+{
+
+constexpr int SMOOTH_ROUNDS = 5;
+
+} // namespace
 
 Hal::Hal(CloudMgr* pCldMgr_) : pCldMgr(pCldMgr_) {}
 
@@ -25,7 +35,13 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     }
     extractSurface();
     std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
-    return std::make_shared<Mesh>(pRMesh.release());
+    // The points of added cells are at the cells' centres: not yet on the surface, and without colour.
+    pRMesh->smoothZeros(SMOOTH_ROUNDS);
+    pRMesh->colorizeFilledHoles();
+    const auto pMesh = std::make_shared<Mesh>(pRMesh.release());
+    edgeFlips(pMesh);
+    edgeFlips(pMesh); // the edges that the first round has made
+    return pMesh;
 }
 
 CMesh* Hal::getCMesh() const
@@ -49,12 +65,15 @@ bool Hal::takeBundles()
     return true;
 }
 
-// The raw surface through the cells: not yet a manifold where the layer is thick.
+// The surface through the cells. Raw it is no manifold where the layer is thick; the passes on codes settle
+// that, for which they ask for another extraction.
 void Hal::extractSurface()
 {
     Voro voro(pCalc, &mCCDBundle, &vZeroCCD, TM_FAT);
     voro.fatExtractTriangles();
     pCMesh.reset(voro.getCMesh());
+    Top top(pCMesh.get(), pCalc);
+    top.runReconstruct(&voro);
 }
 
 // The surface on real coordinates, without twins, consistently oriented, without needles and caps.
@@ -62,9 +81,7 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh() const
 {
     const StageTimer stage("RM_take");
     auto pRMesh = std::make_unique<RMesh>(getCMesh());
-    pRMesh->killDuplicateTriangles();
-    pRMesh->createPatchesOrient();
-    pRMesh->killDegenerate();
+    RTop(pRMesh.get()).run();
     return pRMesh;
 }
 
