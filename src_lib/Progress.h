@@ -47,6 +47,9 @@ public:
     // One step. Made for loops over millions of items: no lock and no call, but for every notifyStep-th.
     void tick()
     {
+        if (numDone ==
+            numTodo) // a phase that is opened again starts complete: the fraction stays, so does silence
+            return;
         ++numDone;
         ++sinceNotify;
         if (numDone > numTodo)
