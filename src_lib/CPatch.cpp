@@ -148,6 +148,7 @@ void CPatch::addMember(CTriangle* pCT)
     pCT->setPatch(this);
     vMemberCT.push_back(pCT);
     bRimKnown = false;
+    bBoundaryKnown = false;
 }
 
 void CPatch::setRim(const std::vector<CEdge*>& vCE)
@@ -294,6 +295,7 @@ void CPatch::setOuterBoundary()
     else
         collectRim(vOuterBoundary);
     bRimKnown = false;
+    bBoundaryKnown = true;
     std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
     keepSingles(vOuterBoundary);
     boundaryKey = 0;
@@ -329,14 +331,11 @@ bool CPatch::isClosed() const
     constexpr std::size_t LEAST_CLOSED = 4; // a tetrahedron
     if (vMemberCT.size() < LEAST_CLOSED)
         return false;
-    for (const CTriangle* pCT : vMemberCT) {
-        if (!pCT->isAlive())
-            continue;
-        for (int i = 0; i < 3; ++i)
-            if (countMembersAt(pCT->getCEdge(i)) < 2)
-                return false;
-    }
-    return true;
+    if (bBoundaryKnown)
+        return vOuterBoundary.empty();
+    std::vector<CEdge*> vRim;
+    collectRim(vRim);
+    return vRim.empty();
 }
 
 void CPatch::setNumInnerVtx()

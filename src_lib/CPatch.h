@@ -92,7 +92,8 @@ public:
     void getPatchBoundaryCE(std::vector<CEdge*>& vCE) const;
     std::size_t getPatchBoundarySize() const;
 
-    // At least 4 members are listed, and every edge of a member is held by two or more of them.
+    // At least 4 members are listed, and every edge of a member is held by two or more of them: as of the
+    // last setOuterBoundary, or else computed in O(size).
     bool isClosed() const;
 
     // Vertices of the members that do not lie on the boundary. -1 until setNumInnerVtx and after kill.
@@ -101,10 +102,11 @@ public:
 
     // --- pockets ---
 
-    // For a closed patch: decides whether it is a flat pocket between two sheets, and if so kills one of the
-    // two sides along its folds: the side that no triangle outside hangs on, else the one with fewer
-    // triangles. With bFlag nothing is killed where both sides carry others. True if triangles were killed.
-    // Orientations may have changed in any case. O(size log size).
+    // For a closed patch: decides whether it is a flat pocket between two sheets, and if so divides it along
+    // its folds and kills the side with fewer triangles. A patch without a fold, where others hang on it,
+    // stays. bFlag protects a pocket whose two sides both carry others, which holds for every one: nothing is
+    // killed then. True if triangles were killed. Orientations may have changed in any case.
+    // O(size log size).
     bool splitClosedPatchKill(bool bFlag);
 
     // --- advice that no pass of Top asks for: CPatch_advice.cpp ---
@@ -146,6 +148,7 @@ private:
     int numInnerVtx = -1;
     bool bAlive = true;
     bool bRimKnown = false;
+    bool bBoundaryKnown = false;
 };
 
 // By size, then by label.

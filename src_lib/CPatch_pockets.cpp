@@ -32,17 +32,26 @@ Side otherSide(Side side)
 class PocketSides
 {
 public:
-    PocketSides(CMesh* pMeshGiven, const CPatch* pPatchGiven) : pMesh(pMeshGiven), pPatch(pPatchGiven)
+    PocketSides(CMesh* pMeshGiven, const CPatch* pPatchGiven) : pMesh(pMeshGiven), pPatch(pPatchGiven) {}
+
+    // Where the split can start; null if the patch has no fold.
+    CEdge* findFold() const
     {
-        mSideOfT.reserve(pPatch->getSize());
+        for (const CTriangle* pCT : pPatch->getMembers()) {
+            if (!pCT->isAlive())
+                continue;
+            for (int i = 0; i < 3; ++i) {
+                CEdge* pCE = pCT->getCEdge(i);
+                if (pCE->getDegree() > 2 && countMembers(pCE) == 2)
+                    return pCE;
+            }
+        }
+        return nullptr;
     }
 
-    // False if the patch has no fold to start from.
-    bool split()
+    void split(CEdge* pStartCE)
     {
-        CEdge* pStartCE = findFold();
-        if (pStartCE == nullptr)
-            return false;
+        mSideOfT.reserve(pPatch->getSize());
         const ConEdge start(pMesh, pStartCE, pPatch);
         CTriangle* pCT0 = start.vMemT[0];
         CTriangle* pCT1 = start.vMemT[1];
@@ -52,22 +61,9 @@ public:
         join(pCT1, NEG, pStartCE);
         while (!vHeap.empty())
             cross(takeFirst());
-        return true;
     }
 
     const std::vector<CTriangle*>& getMembers(Side side) const { return vSideT[side]; }
-
-    // The triangles outside the patch at edges that one triangle of the side alone holds.
-    std::size_t countHangingOn(Side side) const
-    {
-        std::vector<const CTriangle*> vOutside;
-        for (const CTriangle* pCT : vSideT[side])
-            for (int i = 0; i < 3; ++i)
-                appendHanging(pCT->getCEdge(i), side, vOutside);
-        std::sort(vOutside.begin(), vOutside.end(),
-                  [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
-        return std::size_t(std::unique(vOutside.begin(), vOutside.end()) - vOutside.begin());
-    }
 
 private:
     // The place of an entry in vConEdges is also its sequence number.
@@ -87,20 +83,6 @@ private:
         for (const CTriangle* pCT : pCE->getCTs())
             num += pCT->getPatch() == pPatch ? 1 : 0;
         return num;
-    }
-
-    CEdge* findFold() const
-    {
-        for (const CTriangle* pCT : pPatch->getMembers()) {
-            if (!pCT->isAlive())
-                continue;
-            for (int i = 0; i < 3; ++i) {
-                CEdge* pCE = pCT->getCEdge(i);
-                if (pCE->getDegree() > 2 && countMembers(pCE) == 2)
-                    return pCE;
-            }
-        }
-        return nullptr;
     }
 
     const Side* sideOf(const CTriangle* pCT) const { return mSideOfT.find(pCT->getNumber()); }
@@ -145,20 +127,6 @@ private:
         join(pTrgT, conEdge.bSameSide ? sideSrc : otherSide(sideSrc), conEdge.pCE);
     }
 
-    void appendHanging(const CEdge* pCE, Side side, std::vector<const CTriangle*>& vOutside) const
-    {
-        int numOfSide = 0;
-        for (const CTriangle* pCT : pCE->getCTs()) {
-            const Side* pSide = sideOf(pCT);
-            numOfSide += pSide != nullptr && *pSide == side ? 1 : 0;
-        }
-        if (numOfSide != 1)
-            return;
-        for (const CTriangle* pCT : pCE->getCTs())
-            if (pCT->getPatch() != pPatch)
-                vOutside.push_back(pCT);
-    }
-
     CMesh* pMesh;
     const CPatch* pPatch;
     TESK_TOOLS::FlatMap<u64, Side, TESK_TOOLS::U64Hash> mSideOfT; // by number: the triangles reached
@@ -178,21 +146,22 @@ bool CPatch::isFlatPocket() const
     return (getSize() < MEDIUM_SIZE && thickness < MEDIUM_THICKNESS) || thickness < LARGE_THICKNESS;
 }
 
+// Triangles outside can only hang on folds, and the fold that the split starts from has some: so others hang
+// on both sides whatever the sides are, and which one is in use elsewhere cannot decide.
 bool CPatch::splitClosedPatchKill(bool bFlag)
 {
+    if (bFlag)
+        return false;
+    PocketSides sides(pMesh, this);
+    CEdge* pStartCE = sides.findFold(); // first: a body without folds, however large, costs no more than this
+    if (pStartCE == nullptr)
+        return false;
     orient();
     if (!isFlatPocket())
         return false;
-    PocketSides sides(pMesh, this);
-    if (!sides.split())
-        return false;
-    const std::size_t nPos = sides.countHangingOn(POS), nNeg = sides.countHangingOn(NEG);
-    if (bFlag && nPos >= 1 && nNeg >= 1)
-        return false;
-    Side doomed = sides.getMembers(POS).size() < sides.getMembers(NEG).size() ? POS : NEG;
-    if ((nPos == 0) != (nNeg == 0))
-        doomed = nPos == 0 ? POS : NEG;
-    for (CTriangle* pCT : sides.getMembers(doomed))
+    sides.split(pStartCE);
+    const bool bPosIsSmaller = sides.getMembers(POS).size() < sides.getMembers(NEG).size();
+    for (CTriangle* pCT : sides.getMembers(bPosIsSmaller ? POS : NEG))
         pCT->kill(pMesh);
     return true;
 }

@@ -4,6 +4,9 @@
 
 #include "meshChecks.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace zan_test
 {
 
@@ -59,6 +62,46 @@ inline IndexedMesh threeOnAnEdge()
 inline IndexedMesh doubleSheet()
 {
     return {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 0, 2, 3, 1, 0, 3, 1, 3, 2}};
+}
+
+// A rim of n vertices on a circle of radius 1, or n / 20 if that is larger (0 .. n-1), and a sheet above and
+// one below it, each a fan round one vertex (n and n+1) at the given height: first the n triangles above,
+// then the n below. Closed. With fins, the first numFins rim edges (i, i+1) each have a further triangle that
+// points outward.
+inline IndexedMesh pocket(int n, double zAbove, double zBelow, int numFins)
+{
+    IndexedMesh mesh;
+    const auto onCircle = [n](double i, double radius) {
+        const double angle = 2 * 3.14159265358979 * i / n;
+        const double scale = std::max(1.0, n / 20.0);
+        return TESK_ZAN::Point3(scale * radius * std::cos(angle), scale * radius * std::sin(angle), 0);
+    };
+    for (int i = 0; i < n; ++i)
+        mesh.vPoints.push_back(onCircle(i, 1));
+    mesh.vPoints.emplace_back(0, 0, zAbove);
+    mesh.vPoints.emplace_back(0, 0, zBelow);
+    for (int i = 0; i < n; ++i)
+        mesh.vTriangles.insert(mesh.vTriangles.end(), {i, (i + 1) % n, n});
+    for (int i = 0; i < n; ++i)
+        mesh.vTriangles.insert(mesh.vTriangles.end(), {(i + 1) % n, i, n + 1});
+    for (int i = 0; i < numFins; ++i) {
+        mesh.vPoints.push_back(onCircle(i + 0.5, 2));
+        mesh.vTriangles.insert(mesh.vTriangles.end(), {(i + 1) % n, i, n + 2 + i});
+    }
+    return mesh;
+}
+
+// Splits triangle t at its centre: it becomes one of the three parts, the others are appended.
+inline void splitInThree(IndexedMesh& mesh, int t)
+{
+    int* p = mesh.vTriangles.data() + 3 * t;
+    const int a = p[0], b = p[1], c = p[2], mid = int(mesh.vPoints.size());
+    const TESK_ZAN::Point3 p0 = mesh.vPoints[size_t(a)], p1 = mesh.vPoints[size_t(b)],
+                           p2 = mesh.vPoints[size_t(c)];
+    mesh.vPoints.emplace_back((p0.x() + p1.x() + p2.x()) / 3, (p0.y() + p1.y() + p2.y()) / 3,
+                              (p0.z() + p1.z() + p2.z()) / 3);
+    p[2] = mid;
+    mesh.vTriangles.insert(mesh.vTriangles.end(), {b, c, mid, c, a, mid});
 }
 
 // Two tetrahedra that share a vertex only: every edge is regular, the vertex is not.
