@@ -47,8 +47,7 @@ public:
     // One step. Made for loops over millions of items: no lock and no call, but for every notifyStep-th.
     void tick()
     {
-        if (numDone ==
-            numTodo) // a phase that is opened again starts complete: the fraction stays, so does silence
+        if (numDone == numTodo) // a phase opened again starts complete: its fraction stays, nothing to tell
             return;
         ++numDone;
         ++sinceNotify;
