@@ -67,6 +67,15 @@ const Point3* startOfEdge(const RTriangle* pRT, int i)
     return pRT->getCorner((i + 1) % 3);
 }
 
+// A record can lie across the border between two lines of the cache.
+template <class T>
+void prefetchRecord(const T& record)
+{
+    static_assert(sizeof(T) <= 128);
+    __builtin_prefetch(&record);
+    __builtin_prefetch(reinterpret_cast<const char*>(&record + 1) - 1);
+}
+
 } // namespace
 
 // An edge of degree 2 and what is around it:
@@ -193,6 +202,40 @@ void REdgeEnergy::compute()
     settle(pRMesh, pRE);
     fillNormals();
     improvement = rate();
+    if (improvement != FORBIDDEN && hasAlternative())
+        improvement = FORBIDDEN;
+}
+
+// The record of the edge; its triangles; their corners and edges; the triangles around. Each stage reads what
+// the one before has fetched.
+void REdgeEnergy::prefetchStage(int stage, const REdge& edge)
+{
+    if (stage == 0) {
+        prefetchRecord(edge);
+        return;
+    }
+    RTriangle* aT[2];
+    if (!edge.getAdjT(aT[0], aT[1], true))
+        return;
+    for (const RTriangle* pRT : aT) {
+        if (stage == 1)
+            prefetchRecord(*pRT);
+        for (int i = 0; i < 3 && stage > 1; ++i) {
+            const REdge& rim = *pRT->getRE(i);
+            if (stage == 2) {
+                prefetchRecord(*pRT->getCorner(i));
+                prefetchRecord(rim);
+            } else if (const RTriangle* pNeig = rim.getOtherT(pRT)) {
+                prefetchRecord(*pNeig);
+            }
+        }
+    }
+}
+
+bool REdgeEnergy::hasAlternative() const
+{
+    const Quad quad(*pRE);
+    return pRMesh->hasAliveEdge(quad.p0, quad.px);
 }
 
 bool REdgeEnergy::isSettled(const REdge& edge)
@@ -241,7 +284,7 @@ double REdgeEnergy::rate() const
     if (pRE->getDegree() != 2)
         return FORBIDDEN;
     const Quad quad(*pRE);
-    if (quad.p0 == quad.px || pRMesh->hasAliveEdge(quad.p0, quad.px))
+    if (quad.p0 == quad.px)
         return FORBIDDEN;
     const Shape shape(quad);
     if (!shape.hasAll())

@@ -2,6 +2,8 @@
 // flipLoops. What the flip of an edge gains: an energy that is low where the surface is straight.
 #pragma once
 
+#include <cstddef>
+
 namespace TESK_ZAN
 {
 
@@ -33,9 +35,11 @@ public:
     // Settles the surroundings of the edge, rates it and returns the improvement. O(degree of its vertices).
     double getImprovement(REdge* pRE);
 
-    // The same as a pure reader, for several threads at once. The caller has settled the edge before (settle,
-    // and the normals of all triangles): then the value is that of getImprovement.
+    // The same as a pure reader, for several threads at once, in two steps, since the second is needed for
+    // few. The caller has settled the edge before (settle, and the normals of all triangles): then the
+    // improvement is that of getImprovement, unless hasAlternative.
     double getSettledImprovement(REdge* pRE);
+    bool hasAlternative() const; // the new edge of the flip of the edge rated last exists already
 
     REdge* getRE() const { return pRE; } // the one rated last
     double getImprovement() const { return improvement; }
@@ -48,9 +52,24 @@ public:
     // apart if need be, which happens only if a host has moved vertices).
     static void settle(RMesh* pRMesh, REdge* pRE);
 
+    // Ratings wait for memory: what one reads lies in some twenty places, far from each other once flips have
+    // made new edges and triangles. A loop that knows which edges come next calls this before each rating,
+    // with a function that gives the edge k places ahead or null.
+    template <class F>
+    static void prefetch(F edgeAhead)
+    {
+        constexpr size_t DISTANCE = 6; // ratings that pass until memory has answered
+        for (int stage = 0; stage < NUM_PREFETCH_STAGES; ++stage)
+            if (const REdge* pAheadRE = edgeAhead(DISTANCE * size_t(NUM_PREFETCH_STAGES - stage)))
+                prefetchStage(stage, *pAheadRE);
+    }
+
 private:
     struct Quad;
     struct Shape;
+
+    static constexpr int NUM_PREFETCH_STAGES = 4;
+    static void prefetchStage(int stage, const REdge& edge);
 
     void compute();
     void fillNormals() const;

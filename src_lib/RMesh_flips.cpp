@@ -94,11 +94,14 @@ void RMesh::getEdgeFlipCandidates_MT_priv(const std::vector<REdge*>& vInRE, doub
 {
     REdgeEnergy energy(this, nullptr, &lab);
     for (size_t i = from; i < to; ++i) {
+        REdgeEnergy::prefetch([&](size_t ahead) { return i + ahead < to ? vInRE[i + ahead] : nullptr; });
         const double improvement = energy.getSettledImprovement(vInRE[i]);
         if (improvement == -DBL_MAX)
             continue;
         const bool bBad = improvement < minImprovement && improvement < 0.0;
         if (bBad && (temperature == 0.0 || !isChosen(improvement, temperature, *vInRE[i])))
+            continue;
+        if (energy.hasAlternative())
             continue;
         vImpRE[i] = {improvement, vInRE[i]};
     }

@@ -55,6 +55,7 @@ void greedyFlips(RMesh* pRMesh)
     REdgeEnergy energy(pRMesh, nullptr, &lab);
     FlipQueue queue(std::move(vImpRE));
     while (!queue.empty()) {
+        REdgeEnergy::prefetch([&](size_t ahead) { return queue.getAhead(ahead); });
         const auto [savedImprovement, pRE] = queue.pop();
         zanAssert(savedImprovement > -DBL_MAX && pRE != nullptr);
         const double freshImprovement = improvementOrForbidden(energy, pRE);
@@ -78,9 +79,14 @@ void edgeFlipsSimA(RMesh* pRMesh, double temperature)
     const StageTimer stage("efSweep");
     const LabCache lab(*pRMesh);
     REdgeEnergy energy(pRMesh, nullptr, &lab);
-    for (const RECandidate& candidate : vImpRE) // chosen is chosen: the value is not compared any more
-        if (improvementOrForbidden(energy, candidate.pRE) != -DBL_MAX)
-            candidate.pRE->tryFlipEdge(pRMesh, nullptr, nullptr);
+    for (size_t i = 0; i < vImpRE.size(); ++i) {
+        REdgeEnergy::prefetch(
+            [&](size_t ahead) { return i + ahead < vImpRE.size() ? vImpRE[i + ahead].pRE : nullptr; });
+        REdge* pRE = vImpRE[i].pRE;
+        if (improvementOrForbidden(energy, pRE) !=
+            -DBL_MAX) // chosen is chosen: the value does not matter now
+            pRE->tryFlipEdge(pRMesh, nullptr, nullptr);
+    }
 }
 
 std::vector<double> annealingTemperatures()

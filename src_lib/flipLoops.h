@@ -45,6 +45,12 @@ public:
     RECandidate pop(); // must not be empty
     void push(const RECandidate& candidate);
 
+    // The edge that comes k pops later, as far as nothing is pushed; null if none is known.
+    const REdge* getAhead(size_t k) const
+    {
+        return k < vSorted.size() ? vSorted[vSorted.size() - 1 - k].pRE : nullptr;
+    }
+
 private:
     struct Entry {
         RECandidate candidate;
