@@ -98,8 +98,9 @@ public:
     CEdge* flipEdge(CMesh* pMesh, CTriangle* pCT0, CTriangle* pCT1);
 
     // Removes pKillCT, whose corner ici lies opposite this edge, and splits every other triangle of this edge
-    // at that corner. False, with nothing changed, if a split would make a triangle without a normal or turn
-    // one by more than 90.0 degrees. The new triangles are appended to vKids.
+    // at that corner. A half that exists already is not made, and the existing triangle goes as well. False,
+    // with nothing changed, if a split would make a triangle without a normal or turn one by more than 90.0
+    // degrees. The new triangles are appended to vKids.
     bool trySplitNeigsKillT(CMesh* pMesh, CTriangle* pKillCT, int ici, std::vector<CTriangle*>& vKids);
 
 private:

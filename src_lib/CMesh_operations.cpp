@@ -46,16 +46,32 @@ bool maySplit(const CMesh* pMesh, const SplitPlan& plan, u64 split)
            turnsLittle(pMesh, nnvOld, plan.opp, split, plan.prev);
 }
 
+CTriangle* findTriangle(const CMesh* pMesh, u64 a, u64 b, u64 c)
+{
+    const CEdge* pCE = pMesh->getEdge(b, c);
+    if (pCE == nullptr)
+        return nullptr;
+    for (CTriangle* pCT : pCE->getCTs())
+        if (pCT->has(a))
+            return pCT;
+    return nullptr;
+}
+
+// A half that exists already lay upon the neighbour: both go, which leaves every edge with an even or odd
+// number of triangles as before. A second one beside it would leave a flap.
 void splitAt(CMesh* pMesh, const SplitPlan& plan, u64 split, std::vector<CTriangle*>& vKids)
 {
     const u64 vcd = plan.pCT->getVCD();
     CPatch* pPatch = plan.pCT->getPatch();
     plan.pCT->kill(pMesh);
-    for (CTriangle* pKid : {pMesh->createT(plan.opp, plan.next, split, vcd, 0),
-                            pMesh->createT(plan.opp, split, plan.prev, vcd, 0)}) {
+    for (const auto& [b, c] : {std::pair(plan.next, split), std::pair(split, plan.prev)}) {
+        if (CTriangle* pTwin = findTriangle(pMesh, plan.opp, b, c)) {
+            pTwin->kill(pMesh);
+            continue;
+        }
+        vKids.push_back(pMesh->createT(plan.opp, b, c, vcd, 0));
         if (pPatch != nullptr)
-            pPatch->addMember(pKid);
-        vKids.push_back(pKid);
+            pPatch->addMember(vKids.back());
     }
 }
 

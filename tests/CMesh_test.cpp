@@ -366,6 +366,17 @@ TEST(CEdge, split_at_the_corner_of_a_flat_triangle_keeps_area_and_orientation)
     EXPECT_TRUE(code.mesh.checkDataStructures("split"));
 }
 
+TEST(CEdge, split_into_a_half_that_exists_already_leaves_neither_twins_nor_a_flap)
+{
+    // As above, with the half (0, 1, 3) of the neighbour (0, 2, 3) there before.
+    CodeMesh code(IndexedMesh{{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {1, 1, 0}}, {0, 2, 1, 0, 2, 3, 0, 1, 3}});
+    std::vector<CTriangle*> vKids;
+    EXPECT_TRUE(code.edge(0, 2)->trySplitNeigsKillT(&code.mesh, code.vCT[0], 2, vKids));
+    EXPECT_EQ(vKids.size(), 1u);
+    EXPECT_EQ(numAlive(code.mesh), 1u);
+    EXPECT_TRUE(code.edge(1, 2)->hasTriangle(code.at(1), code.at(2), code.at(3)));
+}
+
 TEST(CEdge, split_that_would_turn_a_triangle_over_changes_nothing)
 {
     CodeMesh code(IndexedMesh{{{0, 0, 0}, {2, 0, 0}, {1, 3, 0}, {1, 1, 0}}, {0, 1, 2, 1, 0, 3}});
