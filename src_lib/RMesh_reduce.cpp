@@ -1,5 +1,6 @@
 #include "RMesh.h"
 
+#include "CollapseQueue.h"
 #include "Progress.h"
 #include "colorDistance.h"
 #include "freeFunctions.h"
@@ -115,8 +116,6 @@ size_t collectCandidates(const CollapseJudge& judge, const std::vector<REdge*>& 
     return numDegenerate;
 }
 
-// ---- The queue ----
-
 // The edge of a candidate and its direction in one number.
 using Slot = std::uint32_t;
 
@@ -124,88 +123,6 @@ Slot slotOf(const REdge* pRE, int dir)
 {
     return 2 * numberOf(pRE) + static_cast<Slot>(dir);
 }
-
-// Collapses by penalty, the cheapest first, of equal ones the one that was inserted first: the order of a
-// multimap. What comes in thousands is sorted once and read from front to back; what comes one by one goes
-// into a heap. 16 bytes an entry.
-class CollapseQueue
-{
-public:
-    struct Entry {
-        double penalty;
-        Slot slot;
-        std::uint32_t sequence; // by insertion, among those of the heap
-    };
-
-    bool empty() const { return nextInRun == vRun.size() && vHeap.empty(); }
-    size_t size() const { return vRun.size() - nextInRun + vHeap.size(); }
-
-    // The queue must not be empty.
-    const Entry& top() const { return isHeapFirst() ? vHeap.front() : vRun[nextInRun]; }
-
-    Entry pop()
-    {
-        if (!isHeapFirst())
-            return vRun[nextInRun++];
-        std::pop_heap(vHeap.begin(), vHeap.end(), comesLater);
-        const Entry entry = vHeap.back();
-        vHeap.pop_back();
-        return entry;
-    }
-
-    void push(double penalty, Slot slot)
-    {
-        if (numPushed == std::numeric_limits<std::uint32_t>::max())
-            insert({});
-        vHeap.push_back({penalty, slot, numPushed++});
-        std::push_heap(vHeap.begin(), vHeap.end(), comesLater);
-    }
-
-    // Many at once, each slot at most once; of equal penalties the lower slot counts as inserted first.
-    void insert(std::vector<Entry> vNew)
-    {
-        sortMT(vNew.begin(), vNew.end(), [](const Entry& e0, const Entry& e1) {
-            return e0.penalty != e1.penalty ? e0.penalty < e1.penalty : e0.slot < e1.slot;
-        });
-        std::sort_heap(vHeap.begin(), vHeap.end(), comesLater);
-        std::reverse(vHeap.begin(), vHeap.end());
-        vRun.erase(vRun.begin(), vRun.begin() + static_cast<std::ptrdiff_t>(nextInRun));
-        nextInRun = 0;
-        numPushed = 0;
-        vRun = merged(merged(std::move(vRun), std::move(vHeap)), std::move(vNew));
-        vHeap.clear();
-    }
-
-private:
-    static bool comesLater(const Entry& e0, const Entry& e1)
-    {
-        return e0.penalty != e1.penalty ? e0.penalty > e1.penalty : e0.sequence > e1.sequence;
-    }
-
-    // All of the run came before all of the heap, so the run wins ties.
-    bool isHeapFirst() const
-    {
-        return nextInRun == vRun.size() ||
-               (!vHeap.empty() && vHeap.front().penalty < vRun[nextInRun].penalty);
-    }
-
-    static std::vector<Entry> merged(std::vector<Entry> vFirst, std::vector<Entry> vSecond)
-    {
-        if (vFirst.empty())
-            return vSecond;
-        if (vSecond.empty())
-            return vFirst;
-        std::vector<Entry> vBoth(vFirst.size() + vSecond.size());
-        std::merge(vFirst.begin(), vFirst.end(), vSecond.begin(), vSecond.end(), vBoth.begin(),
-                   [](const Entry& e0, const Entry& e1) { return e0.penalty < e1.penalty; });
-        return vBoth;
-    }
-
-    std::vector<Entry> vRun; // sorted; up to nextInRun it is used up
-    size_t nextInRun = 0;
-    std::vector<Entry> vHeap;
-    std::uint32_t numPushed = 0;
-};
 
 // ---- The reduction ----
 
@@ -250,6 +167,7 @@ private:
     bool isFresh(const REdge* pRE, int dir) const;
     void rate(const std::vector<REdge*>& vEdges);
     void store(Slot slot, double penalty);
+    void appendCandidates(const REdge* pRE, std::vector<CollapseQueue::Entry>& vNew);
     bool mustInsert(Slot slot);
     void surfaceCopy(const CollapseQueue::Entry& entry);
 
@@ -327,6 +245,8 @@ void Reducer::openQueuePhase()
 
 double Reducer::freshPenalty(const REdge* pRE, int dir)
 {
+    if (!pRE->isAlive()) // most often so: a collapse leaves up to three dead edges with their entries
+        return COLLAPSE_FORBIDDEN;
     const Slot slot = slotOf(pRE, dir);
     if (!isFresh(pRE, dir))
         store(slot, judge.getPenalty(pRE, dir, vSrcT, numDegenerate));
@@ -406,9 +326,8 @@ void Reducer::refillAll()
                 vStaleRE.push_back(vAllRE[i]);
         rate(vStaleRE);
         for (size_t i = begin; i < end; ++i)
-            for (int dir = 0; dir < 2; ++dir)
-                if (vAllRE[i]->isAlive() && mustInsert(slotOf(vAllRE[i], dir)))
-                    vNew.push_back({vPenalty[slotOf(vAllRE[i], dir)], slotOf(vAllRE[i], dir), 0});
+            if (vAllRE[i]->isAlive())
+                appendCandidates(vAllRE[i], vNew);
     }
     queue.insert(std::move(vNew));
 }
@@ -417,19 +336,19 @@ void Reducer::refillAroundCollapses()
 {
     sortUniqueByNumber(vRefillVtx);
     std::vector<REdge*> vNearRE;
+    std::vector<REdge*> vStaleRE; // by vertex: its edges are rated from the same triangles
     for (const Point3* pVtx : vRefillVtx) {
         mesh.getIncidentRE(pVtx, vSrcRE);
         vNearRE.insert(vNearRE.end(), vSrcRE.begin(), vSrcRE.end());
+        std::copy_if(vSrcRE.begin(), vSrcRE.end(), std::back_inserter(vStaleRE),
+                     [this](const REdge* pRE) { return !(isFresh(pRE, 0) && isFresh(pRE, 1)); });
     }
-    sortUniqueByNumber(vNearRE);
-    std::vector<REdge*> vStaleRE;
-    std::copy_if(vNearRE.begin(), vNearRE.end(), std::back_inserter(vStaleRE),
-                 [this](const REdge* pRE) { return !(isFresh(pRE, 0) && isFresh(pRE, 1)); });
     rate(vStaleRE);
+    sortUniqueByNumber(vNearRE);
+    std::vector<CollapseQueue::Entry> vNew;
     for (const REdge* pRE : vNearRE)
-        for (int dir = 0; dir < 2; ++dir)
-            if (mustInsert(slotOf(pRE, dir)))
-                queue.push(vPenalty[slotOf(pRE, dir)], slotOf(pRE, dir));
+        appendCandidates(pRE, vNew);
+    queue.insert(std::move(vNew));
 }
 
 bool Reducer::isFresh(const REdge* pRE, int dir) const
@@ -457,6 +376,13 @@ void Reducer::store(Slot slot, double penalty)
                 queue.push(vPenalty[slot], slot);
     vPenalty[slot] = penalty;
     vRatedAt[slot] = numCollapses;
+}
+
+void Reducer::appendCandidates(const REdge* pRE, std::vector<CollapseQueue::Entry>& vNew)
+{
+    for (int dir = 0; dir < 2; ++dir)
+        if (mustInsert(slotOf(pRE, dir)))
+            vNew.push_back({vPenalty[slotOf(pRE, dir)], slotOf(pRE, dir), 0});
 }
 
 // True if an entry for the slot has to go into the queue under its last penalty. While one is there, equal
