@@ -1,6 +1,9 @@
 #include "RECollapse.h"
 
+#include "RMesh.h"
 #include "freeFunctions.h"
+
+#include <algorithm>
 
 namespace TESK_ZAN
 {
@@ -60,12 +63,27 @@ TurnedTriangles turnTriangles(const std::vector<RTriangle*>& vSrcT, const Point3
     return turned;
 }
 
-// The second triangle hangs on the ring edge itself, so the ones at pTrg need not be walked.
-bool hasCommonRingEdge(const std::vector<RTriangle*>& vSrcT, const Point3* pSrc, const Point3* pTrg)
+bool hasCommonRingEdge(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
+                       const Point3* pTrg)
 {
-    for (const RTriangle* pRT : vSrcT)
-        if (!pRT->has(pTrg) && pRT->getRE(pRT->getICI(pSrc))->hasTriangleAt(pTrg))
+    constexpr size_t MAX_COMPARED = 16;
+    const auto& vTrgNumbers = recordOf(pTrg).vTNumbers;
+    const bool bHub = vTrgNumbers.size() > MAX_COMPARED;
+    const REdge* aTrgRingRE[MAX_COMPARED];
+    const REdge** pEnd = aTrgRingRE;
+    for (size_t i = 0; !bHub && i < vTrgNumbers.size(); ++i) {
+        const RTriangle* pRT = mesh.getAllT()[vTrgNumbers[i]];
+        if (!pRT->has(pSrc))
+            *pEnd++ = pRT->getRE(pRT->getICI(pTrg));
+    }
+    for (const RTriangle* pRT : vSrcT) {
+        if (pRT->has(pTrg))
+            continue;
+        const REdge* pRingRE = pRT->getRE(pRT->getICI(pSrc));
+        // The other triangle hangs on the ring edge as well, so a hub need not be walked.
+        if (bHub ? pRingRE->hasTriangleAt(pTrg) : std::find(aTrgRingRE, pEnd, pRingRE) != pEnd)
             return true;
+    }
     return false;
 }
 

@@ -12,6 +12,8 @@
 namespace TESK_ZAN
 {
 
+class RMesh;
+
 // The penalty of a collapse that must not happen.
 constexpr double COLLAPSE_FORBIDDEN = std::numeric_limits<double>::max();
 
@@ -43,7 +45,8 @@ TurnedTriangles turnTriangles(const std::vector<RTriangle*>& vSrcT, const Point3
                               const Point3& target, double maxAngleRad);
 
 // True if an edge lies opposite pSrc in one triangle and opposite pTrg in another one: the two would coincide
-// after the collapse. vSrcT: the triangles at pSrc. O(triangles at pSrc) on a manifold.
-bool hasCommonRingEdge(const std::vector<RTriangle*>& vSrcT, const Point3* pSrc, const Point3* pTrg);
+// after the collapse. vSrcT: the triangles at pSrc. O(triangles at pSrc).
+bool hasCommonRingEdge(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
+                       const Point3* pTrg);
 
 } // namespace TESK_ZAN

@@ -84,7 +84,7 @@ double CollapseJudge::getPenalty(const REdge* pRE, int dir, std::vector<RTriangl
     mesh.getIncidentT(pSrc, vSrcT);
     const TurnedTriangles turned = turnTriangles(vSrcT, pSrc, pTrg, *pTrg, maxAngleRad);
     numDegenerate += turned.numDegenerate;
-    if (!turned.bAllowed || turned.numDying == 0 || hasCommonRingEdge(vSrcT, pSrc, pTrg))
+    if (!turned.bAllowed || turned.numDying == 0 || hasCommonRingEdge(mesh, vSrcT, pSrc, pTrg))
         return COLLAPSE_FORBIDDEN;
     const double meanAngleRad = turned.numTurned == 0 ? 0.0 : turned.angleSumRad / turned.numTurned;
     const double penalty = WEIGHT_ANGLE * meanAngleRad + lenTerm + WEIGHT_COLOR * color;

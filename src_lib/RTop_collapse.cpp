@@ -22,7 +22,7 @@ bool canCollapseTo(const RMesh& mesh, const REdge& edge, const Point3& target, d
         vSrcT.clear();
         mesh.getIncidentT(pSrc, vSrcT);
         if (!turnTriangles(vSrcT, pSrc, pOther, target, maxAngleDeg * RADIANS_PER_DEGREE).bAllowed ||
-            hasCommonRingEdge(vSrcT, pSrc, pOther))
+            hasCommonRingEdge(mesh, vSrcT, pSrc, pOther))
             return false;
     }
     return true;
