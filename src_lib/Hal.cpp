@@ -8,7 +8,9 @@
 #include "RTop.h"
 #include "Top.h"
 #include "Voro.h"
+#include "manifoldRepair.h"
 #include "messages.h"
+#include "orientOutward.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
 #include "zan_api_functions.h"
@@ -41,6 +43,7 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     const auto pMesh = std::make_shared<Mesh>(pRMesh.release());
     edgeFlips(pMesh);
     edgeFlips(pMesh); // the edges that the first round has made
+    finish(*pMesh->getRMesh());
     return pMesh;
 }
 
@@ -83,6 +86,16 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh() const
     auto pRMesh = std::make_unique<RMesh>(getCMesh());
     RTop(pRMesh.get()).run();
     return pRMesh;
+}
+
+// What the stages promise where the data allow it, now everywhere: two-manifold, oriented, closed surfaces
+// outward.
+void Hal::finish(RMesh& mesh)
+{
+    const RepairReport report = repairNonManifold(mesh);
+    if (!report.isUntouched())
+        ZAN_INFO(toText(report));
+    orientOutward(mesh);
 }
 
 } // namespace TESK_ZAN

@@ -38,6 +38,7 @@ private:
     bool takeBundles();
     void extractSurface();
     std::unique_ptr<RMesh> takeOverToRealMesh() const;
+    static void finish(RMesh& mesh);
 
     CloudMgr* pCldMgr;     // not owned
     Calc* pCalc = nullptr; // the cloud's

@@ -190,6 +190,15 @@ private:
 
 } // namespace
 
+std::string toText(const RepairReport& report)
+{
+    return std::to_string(report.numOverfullRE) + " edges with more than two triangles and " +
+           std::to_string(report.numBadVtx) + " vertices with more than one fan: removed " +
+           std::to_string(report.numRemovedT) + " triangles, copied " + std::to_string(report.numCopiedVtx) +
+           " vertices, split " + std::to_string(report.numSplitRE) + " edges, cut " +
+           std::to_string(report.numTwistedRE);
+}
+
 RepairReport repairNonManifold(RMesh& mesh)
 {
     const StageTimer stage("RM_repair");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace TESK_ZAN
 {
@@ -22,6 +23,9 @@ struct RepairReport {
 
     bool isUntouched() const { return numRemovedT == 0 && numCopiedVtx == 0 && numSplitRE == 0; }
 };
+
+// In one line, for a message.
+std::string toText(const RepairReport& report);
 
 // Afterwards no edge has more than two triangles, the triangles at each vertex are one fan or half-fan, and
 // each component is oriented. A mesh without a defect stays as it is, to the bit. Extension of 1.17.
