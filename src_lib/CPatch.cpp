@@ -338,6 +338,23 @@ bool CPatch::isClosed() const
     return vRim.empty();
 }
 
+bool CPatch::isMembrane() const
+{
+    bool bOpen = false;
+    for (const CTriangle* pCT : vMemberCT) {
+        if (!pCT->isAlive())
+            continue;
+        for (int i = 0; i < 3; ++i) {
+            const CEdge* pCE = pCT->getCEdge(i);
+            const int numOwn = countMembersAt(pCE), numLeft = pCE->getDegree() - numOwn;
+            if (numLeft != 2 && (numLeft != 0 || numOwn == 1))
+                return false;
+            bOpen = bOpen || numOwn == 1;
+        }
+    }
+    return bOpen;
+}
+
 void CPatch::setNumInnerVtx()
 {
     std::vector<u64> vAllVCD, vBoundaryVCD;

@@ -96,6 +96,10 @@ public:
     // last setOuterBoundary, or else computed in O(size).
     bool isClosed() const;
 
+    // Some edge is held by one member alone, and at every such edge, and wherever else others meet the patch,
+    // it leaves exactly two of them: without the patch the surface would go on regularly. Needs no boundary.
+    bool isMembrane() const;
+
     // Vertices of the members that do not lie on the boundary. -1 until setNumInnerVtx and after kill.
     void setNumInnerVtx();
     int getNumInnerVtx() const { return numInnerVtx; }

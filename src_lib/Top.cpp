@@ -42,6 +42,8 @@ void Top::runReconstruct(Voro* pVoro)
     killDegenerate();
     integrateBorders();
     solvePatchPairs(false);
+    while (killMembranes())
+        solvePatchPairs(false);
     finishOriented();
 }
 
@@ -54,6 +56,8 @@ void Top::runInHole(Voro* pVoro)
     killDegenerate();
     integrateBorders();
     solvePatchPairs(false);
+    while (killMembranes())
+        solvePatchPairs(false);
     finishOriented();
 }
 

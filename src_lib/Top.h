@@ -149,6 +149,12 @@ public:
     // counting.
     bool killClosedPatches(std::vector<CPatch*>& vClosedPatches, bool bFlag);
 
+    // Kills patches of at most 20 triangles that hang on others with their whole rim and whose loss leaves
+    // only regular edges there: walls inside bubbles, and sheets over several others, which no pair of equal
+    // rims tells. The smallest first. True if it killed one; that can expose pairs and other membranes.
+    // Linear in the number of edges of degree above 2. An extension of version 1.17.
+    bool killMembranes();
+
     // Splits the alive triangles of vT into patches, which belong to the caller, and orients each
     // consistently. vPatches must be empty (condition "vPatches.empty()").
     void createPatchesOrient(std::vector<CTriangle*>& vT, std::vector<CPatch*>& vPatches);

@@ -10,6 +10,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <memory>
 #include <ostream>
 
 namespace TESK_ZAN
@@ -70,6 +71,26 @@ bool isSpeck(const CPatch* pPatch)
             if (pCT->isAlive() && pCT->getCEdge(i)->getDegree() != 2)
                 return false;
     return true;
+}
+
+// The patch of the triangle, or null if it has more than ALWAYS_SOLVED members.
+std::unique_ptr<CPatch> growSmallPatch(CMesh* pMesh, CTriangle* pSeed, int label)
+{
+    auto pPatch = std::make_unique<CPatch>(pMesh, label);
+    pPatch->addMember(pSeed);
+    for (std::size_t next = 0; next < pPatch->getSize(); ++next) {
+        const CTriangle* pCT = pPatch->getMembers()[next];
+        for (int i = 0; i < 3; ++i) {
+            const CEdge* pCE = pCT->getCEdge(i);
+            CTriangle* pNeig = pCE->getDegree() == 2 ? pCE->getOtherT(pCT) : nullptr;
+            if (pNeig == nullptr || pNeig->getPatch() == pPatch.get())
+                continue;
+            if (pPatch->getSize() == ALWAYS_SOLVED)
+                return nullptr;
+            pPatch->addMember(pNeig);
+        }
+    }
+    return pPatch;
 }
 
 bool hasRegularEdges(const CTriangle* pCT)
@@ -167,6 +188,35 @@ bool Top::killClosedPatches(std::vector<CPatch*>& vClosedPatches, bool bFlag)
             numKilled += pPatch->splitClosedPatchKill(bFlag) ? 1 : 0;
     }
     return numKilled > 0;
+}
+
+bool Top::killMembranes()
+{
+    std::vector<CEdge*> vBorderME;
+    pMesh->getDegN(-1, vBorderME);
+    if (vBorderME.empty())
+        return false;
+    pMesh->clearPatches();
+    std::vector<std::unique_ptr<CPatch>> vSmall; // their triangles name them, so each is found once
+    for (const CEdge* pCE : vBorderME) {
+        for (CTriangle* pCT : pCE->getCTs()) {
+            if (pCT->getPatch() != nullptr)
+                continue;
+            std::unique_ptr<CPatch> pPatch = growSmallPatch(pMesh, pCT, int(vSmall.size()));
+            if (pPatch != nullptr)
+                vSmall.push_back(std::move(pPatch));
+        }
+    }
+    std::sort(vSmall.begin(), vSmall.end(),
+              [](const auto& a, const auto& b) { return lessBySize(a.get(), b.get()); });
+    bool bKilled = false;
+    for (const std::unique_ptr<CPatch>& pPatch : vSmall) {
+        if (!pPatch->isMembrane()) // as the ones before have left the edges
+            continue;
+        pPatch->kill();
+        bKilled = true;
+    }
+    return bKilled;
 }
 
 // ---- orientation -----------------------------------------------------------------------------------------

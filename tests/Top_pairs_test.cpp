@@ -119,6 +119,33 @@ TEST(Top_pairs, LargeSheetsStayUnlessTheirShareOfTheMeshIsSmall)
     EXPECT_EQ(tenth.countAlive(20, 40), 0);
 }
 
+// Two bubbles side by side: the wall between them has no partner, and the pairs of the other sheets are not
+// seen while it stands.
+TEST(Top_pairs, WallInsideABubbleGoesAndNothingElse)
+{
+    IndexedMesh drawing = pocket(20, 1, -1, 0);
+    drawing.vPoints.emplace_back(0, 0, 0);
+    for (int i = 0; i < 20; ++i)
+        drawing.vTriangles.insert(drawing.vTriangles.end(), {i, (i + 1) % 20, 22});
+    splitInThree(drawing, 0); // more than 20 triangles, so that the others are no membranes themselves
+    splitInThree(drawing, 20);
+    TopOf t(drawing);
+    EXPECT_TRUE(t.top.killMembranes());
+    EXPECT_EQ(t.countAlive(40, 60), 0);
+    EXPECT_EQ(t.countAlive(), 44);
+    EXPECT_FALSE(t.top.killMembranes());
+    EXPECT_TRUE(t.m.mesh.checkDataStructures("after"));
+}
+
+TEST(Top_pairs, FinsAndSheetsWithABorderAreNoMembranes)
+{
+    TopOf fins(pocket(30, 1, -1, 30)); // large sheets, fins with two border edges
+    EXPECT_FALSE(fins.top.killMembranes());
+    EXPECT_EQ(fins.countAlive(), 90);
+    TopOf closed(octahedron());
+    EXPECT_FALSE(closed.top.killMembranes());
+}
+
 // ---- closed patches --------------------------------------------------------------------------------------
 
 TEST(Top_pairs, IsolatedSpeckGoesWithoutCounting)
