@@ -70,7 +70,9 @@ CMesh::~CMesh()
 void CMesh::reserve(std::size_t numVertices)
 {
     zanAssert(vMeshT.empty() && vMeshE.empty());
-    const std::size_t numT = 2 * numVertices, numE = 3 * numVertices; // Euler, for any closed surface
+    // Euler, for any closed surface, and what thick places add; room that stays unused is never touched
+    const std::size_t spare = numVertices / 8;
+    const std::size_t numT = 2 * numVertices + spare, numE = 3 * numVertices + spare;
     oTrianglePool.emplace(firstSize(numT, FIRST_TRIANGLES), -1);
     oEdgePool.emplace(firstSize(numE, FIRST_EDGES), -1);
     vMeshT.reserve(numT);
@@ -109,8 +111,26 @@ CTriangle* CMesh::createTIfMissing(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg)
 {
     zanAssertText(v0 != v1 && v1 != v2 && v0 != v2, "v0!=v1 && v1!=v2 && v0!=v2");
     const std::uint32_t vtx[3] = {vertices.findOrAdd(v0), vertices.findOrAdd(v1), vertices.findOrAdd(v2)};
+    return createTIfMissing_numbers(vtx, vcd, cfg);
+}
+
+void CMesh::getVertexNumbers(const std::vector<u64>& vCCD_srt, std::vector<std::uint32_t>& vNumbers)
+{
+    vNumbers.clear();
+    const std::vector<CVertex>& vVertices = vertices.getAll();
+    if (vCCD_srt.size() <= vVertices.size() &&
+        std::equal(vCCD_srt.begin(), vCCD_srt.end(), vVertices.begin(),
+                   [](u64 ccd, const CVertex& vertex) { return ccd == vertex.ccd; }))
+        return;
+    vNumbers.reserve(vCCD_srt.size());
+    for (const u64 ccd : vCCD_srt)
+        vNumbers.push_back(vertices.findOrAdd(ccd));
+}
+
+CTriangle* CMesh::createTIfMissing_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg)
+{
     const CEdge* pCE = findAliveEdge(vtx[0], vtx[1]);
-    if (pCE != nullptr && pCE->hasTriangle(v0, v1, v2))
+    if (pCE != nullptr && pCE->hasTriangle(vertices[vtx[0]].ccd, vertices[vtx[1]].ccd, vertices[vtx[2]].ccd))
         return nullptr;
     return createT_numbers(vtx, vcd, cfg);
 }
@@ -194,6 +214,11 @@ void CMesh::unlinkAt(u64 ccd, const CEdge* pCE)
     }
     *pLink = pCE->v0 == ccd ? pCE->next0 : pCE->next1;
     --vertex.numEdges;
+}
+
+bool CMesh::hasEdge_numbers(std::uint32_t vtxA, std::uint32_t vtxB) const
+{
+    return findAliveEdge(vtxA, vtxB) != nullptr;
 }
 
 CEdge* CMesh::getEdge(u64 v0, u64 v1) const

@@ -82,6 +82,14 @@ public:
     // The same, unless the edge (v0, v1) already holds a triangle on these corners: then null.
     CTriangle* createTIfMissing(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg);
 
+    // The same by vertex numbers, for callers that make very many triangles: without a look-up for each
+    // corner. getVertexNumbers makes the vertices of ascending codes where they are missing, and gives their
+    // numbers; an empty list stands for 0, 1, 2, ..., which is what the codes of the run's map have.
+    void getVertexNumbers(const std::vector<u64>& vCCD_srt, std::vector<std::uint32_t>& vNumbers);
+    std::uint32_t getVertexNumber(u64 ccd) { return vertices.findOrAdd(ccd); }
+    CTriangle* createTIfMissing_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg);
+    bool hasEdge_numbers(std::uint32_t vtxA, std::uint32_t vtxB) const;
+
     // The edge, also one of degree 0, or null. The ends may come in any order.
     CEdge* getEdge(u64 v0, u64 v1) const;
 

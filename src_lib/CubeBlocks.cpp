@@ -5,6 +5,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace TESK_ZAN
 {
@@ -44,9 +45,6 @@ constexpr Axis makeAxis(u64 tribit)
 
 constexpr Axis AXES[3] = {makeAxis(AXIS_X), makeAxis(AXIS_Y), makeAxis(AXIS_Z)};
 
-// For each member of a cube the axes on which it lies one cell below the key, as a sum of tribits.
-constexpr std::array<std::size_t, 8> MEMBER_AXES = {6, 2, 3, 7, 4, 0, 1, 5};
-
 u64 stepDown(u64 blockCode, const Axis& axis)
 {
     return (blockCode & ~axis.codeMask) | (((blockCode & axis.codeMask) - 1) & axis.codeMask);
@@ -70,15 +68,18 @@ u64 lookDown(u64 own, u64 below, const Axis& axis)
 void CubeBlocks::build(const std::vector<u64>& vCCD_srt, int numLevels)
 {
     const u64 levelMask = (u64{1} << (3 * numLevels)) - 1;
+    zanAssert(vCCD_srt.size() <= std::numeric_limits<std::uint32_t>::max());
     vBlocks.clear();
     vKeyBlocks.clear();
+    std::uint32_t rank = 0;
     for (const u64 ccd : vCCD_srt) {
         for (const Axis& axis : AXES)
             if ((ccd & axis.codeMask & levelMask) == (axis.codeMask & levelMask)) [[unlikely]]
                 zanFail();
         if (vBlocks.empty() || vBlocks.back().code != ccd >> 6)
-            vBlocks.push_back({ccd >> 6, 0});
+            vBlocks.push_back({ccd >> 6, 0, rank});
         vBlocks.back().bits |= u64{1} << (ccd & 63);
+        ++rank;
     }
     for (const Block& block : vBlocks)
         addKeyBlocks(block);
@@ -103,25 +104,32 @@ void CubeBlocks::addKeyBlocks(const Block& block)
     }
 }
 
-u64 CubeBlocks::bitsOf(u64 blockCode) const
+const CubeBlocks::Block* CubeBlocks::findBlock(u64 blockCode) const
 {
     const auto q_it = std::lower_bound(vBlocks.begin(), vBlocks.end(), blockCode,
                                        [](const Block& block, u64 code) { return block.code < code; });
-    return q_it != vBlocks.end() && q_it->code == blockCode ? q_it->bits : 0;
+    return q_it != vBlocks.end() && q_it->code == blockCode ? &*q_it : nullptr;
 }
 
-// seen[d] is first the block at offset d (a sum of tribits, each a step down), then, axis by axis, what the
-// block of keys sees of it.
-CubeBlocks::MemberWords CubeBlocks::collectMembers(u64 keyBlock) const
+CubeBlocks::BlocksBelow CubeBlocks::findBlocksBelow(u64 keyBlock) const
 {
-    std::array<u64, 8> seen{};
+    BlocksBelow below{};
     for (std::size_t d = 0; d < 8; ++d) {
         u64 code = keyBlock;
         for (const Axis& axis : AXES)
             if (d & (axis.codeMask & 7))
                 code = stepDown(code, axis); // below 0 this wraps to a coordinate beyond all blocks
-        seen[d] = bitsOf(code);
+        below[d] = findBlock(code);
     }
+    return below;
+}
+
+// seen[d] is first the block at offset d, then, axis by axis, what the block of keys sees of it.
+CubeBlocks::MemberWords CubeBlocks::collectMembers(const BlocksBelow& below)
+{
+    std::array<u64, 8> seen{};
+    for (std::size_t d = 0; d < 8; ++d)
+        seen[d] = below[d] == nullptr ? 0 : below[d]->bits;
     for (const Axis& axis : AXES)
         for (std::size_t d = 0; d < 8; ++d)
             if (d & (axis.codeMask & 7))
@@ -135,7 +143,7 @@ CubeBlocks::MemberWords CubeBlocks::collectMembers(u64 keyBlock) const
 
 int CubeBlocks::getConfig(u64 key) const
 {
-    const MemberWords words = collectMembers(key >> 6);
+    const MemberWords words = collectMembers(findBlocksBelow(key >> 6));
     int config = 0;
     for (std::size_t i = 0; i < 8; ++i)
         config |= int(words[i] >> (key & 63) & 1) << i;

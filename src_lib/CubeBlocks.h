@@ -8,17 +8,43 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace TESK_ZAN
 {
 
-// Holds 4x4x4 cells in one word; a sheet of cells takes about 1.5 bytes a cell where a list of (cube, cell)
+// Holds 4x4x4 cells in one word; a sheet of cells takes about 2.5 bytes a cell where a list of (cube, cell)
 // pairs takes 128. Bit i of a block is the cell whose six low code bits are i, so blocks and bits both ascend
 // with the codes. Immutable between calls of build.
 class CubeBlocks
 {
+    struct Block {
+        u64 code; // the codes of the cells, without the six low bits
+        u64 bits;
+        std::uint32_t firstRank; // number of cells in all blocks before
+    };
+
+    // The blocks round a block of keys, null where there is none. Entry d lies d (a sum of tribits) below.
+    using BlocksBelow = std::array<const Block*, 8>;
+
 public:
+    // The occupied cells of one cube during the walk.
+    class Members
+    {
+    public:
+        // The place of a member in the sorted list of cells. bit: its bit in the configuration, which must be
+        // set. ccd: its code. O(1).
+        std::uint32_t getRank(std::size_t bit, u64 ccd) const;
+
+    private:
+        friend class CubeBlocks;
+        Members(const BlocksBelow& below_, u64 place_) : below(below_), place(place_) {}
+
+        const BlocksBelow& below;
+        u64 place; // of the key in its block
+    };
+
     // Takes the cells over, which must be sorted and unique. No cell may lie at the high end of an axis of
     // the lattice of numLevels levels: condition "false", as its cubes would lie outside.
     void build(const std::vector<u64>& vCCD_srt, int numLevels);
@@ -28,22 +54,25 @@ public:
     template <class F>
     void forEachCube(F f) const;
 
+    // The same with a third argument, the Members of the cube.
+    template <class F>
+    void forEachCubeWithMembers(F f) const;
+
     // The configuration of the cube with this key, 0 if none of its cells is occupied. O(log cells).
     int getConfig(u64 key) const;
 
 private:
-    struct Block {
-        u64 code; // the codes of the cells, without the six low bits
-        u64 bits;
-    };
-
     // The occupancy that the cubes of one block of keys see: word i has bit k set if member i of the cube at
     // place k of the block is occupied.
     using MemberWords = std::array<u64, 8>;
 
-    u64 bitsOf(u64 blockCode) const; // 0 where there is no block
+    // For each member of a cube the axes on which it lies one cell below the key, as a sum of tribits.
+    static constexpr std::array<std::size_t, 8> MEMBER_AXES = {6, 2, 3, 7, 4, 0, 1, 5};
+
+    const Block* findBlock(u64 blockCode) const; // null where there is none
     void addKeyBlocks(const Block& block);
-    MemberWords collectMembers(u64 keyBlock) const;
+    BlocksBelow findBlocksBelow(u64 keyBlock) const;
+    static MemberWords collectMembers(const BlocksBelow& below);
 
     std::vector<Block> vBlocks;  // ascending
     std::vector<u64> vKeyBlocks; // ascending: the blocks in which keys of touched cubes lie
@@ -52,8 +81,15 @@ private:
 template <class F>
 void CubeBlocks::forEachCube(F f) const
 {
+    forEachCubeWithMembers([&f](u64 key, int config, const Members&) { f(key, config); });
+}
+
+template <class F>
+void CubeBlocks::forEachCubeWithMembers(F f) const
+{
     for (const u64 keyBlock : vKeyBlocks) {
-        const MemberWords words = collectMembers(keyBlock);
+        const BlocksBelow below = findBlocksBelow(keyBlock);
+        const MemberWords words = collectMembers(below);
         u64 touched = 0;
         for (const u64 word : words)
             touched |= word;
@@ -62,9 +98,18 @@ void CubeBlocks::forEachCube(F f) const
             int config = 0;
             for (int i = 0; i < 8; ++i)
                 config |= int(words[std::size_t(i)] >> k & 1) << i;
-            f(keyBlock << 6 | k, config);
+            f(keyBlock << 6 | k, config, Members(below, k));
         }
     }
+}
+
+// The step down to a member leaves the key's block on the axes on which the key lies at the block's bottom.
+inline std::uint32_t CubeBlocks::Members::getRank(std::size_t bit, u64 ccd) const
+{
+    const std::size_t atBottom = ~(place | place >> 3) & 7;
+    const Block* pBlock = below[MEMBER_AXES[bit] & atBottom];
+    const u64 before = pBlock->bits & ((u64{1} << (ccd & 63)) - 1);
+    return pBlock->firstRank + std::uint32_t(std::popcount(before));
 }
 
 } // namespace TESK_ZAN

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cfloat>
 #include <iterator>
 #include <ostream>
@@ -28,6 +29,9 @@ constexpr int KEY_BIT = 5; // of a config: the cube's own key cell
 constexpr std::array<int, 8> CASE_27 = {27, 39, 78, 114, 141, 177, 216, 228};
 
 constexpr std::size_t SQUARE_RECORD = 8; // two triangles, cube key, config
+
+// In the place of codes: the table then gives corners by their bits.
+constexpr u64 CORNER_BITS[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 
 // Four cells on one face of the cube.
 bool isFlat(int config)
@@ -104,23 +108,23 @@ void Voro::fatExtractTriangles()
     else
         pMesh->clear();
     pMesh->reserve(vCCD.size());
-
-    std::vector<u64> vAmbiguousT;
+    pMesh->getVertexNumbers(vCCD, vNumbers);
     {
         const StageTimer timer("VO_ftx");
         Progress* pProgress = getRootProgress()->getChildProgressSetTodo("VO_ftx", 8 * vCCD.size());
-        extractCubes(vAmbiguousT, [pProgress](int config) {
+        extractCubes([pProgress](int config) {
             pProgress->tickN(u64(Calc::getNumSet8(static_cast<unsigned int>(config))));
         });
         pProgress->finish(true);
     }
     const StageTimer timer("VO_amb");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("VO_amb", 2);
-    solveAmbiguousT(vAmbiguousT);
+    extractSquares();
     pProgress->tick();
     pMesh->killDuplicateTriangles();
     pProgress->tick();
     pProgress->finish(true);
+    vNumbers = {};
 }
 
 void Voro::createMesh()
@@ -129,39 +133,71 @@ void Voro::createMesh()
     pMesh = pMeshOwned.get();
 }
 
-// Draws all cubes but the flat ones, which become records in vAmbiguousT; tick(config) is called for each
-// cube.
-template <class Tick>
-void Voro::extractCubes(std::vector<u64>& vAmbiguousT, Tick tick)
+// The members of a cube that are occupied, by the bits of its configuration.
+void Voro::getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members, Corner corners[8]) const
 {
-    std::vector<u64> vTriVCD;
-    cubeBlocks.forEachCube([&](u64 vcd, int config) {
+    u64 array[8];
+    array[KEY_BIT] = vcd;
+    pCalc->completeCubeMembers8(array);
+    for (unsigned bits = unsigned(config); bits != 0; bits &= bits - 1) {
+        const auto bit = std::size_t(std::countr_zero(bits));
+        const std::uint32_t rank = members.getRank(bit, array[bit]);
+        corners[bit] = {array[bit], vNumbers.empty() ? rank : vNumbers[rank]};
+    }
+}
+
+// Draws all cubes but the flat ones; tick(config) is called for each cube.
+template <class Tick>
+void Voro::extractCubes(Tick tick)
+{
+    std::vector<u64> vTriBits;
+    cubeBlocks.forEachCubeWithMembers([&](u64 vcd, int config, const CubeBlocks::Members& members) {
         tick(config);
         const int numMembers = Calc::getNumSet8(static_cast<unsigned int>(config));
-        if (numMembers < 3 || numMembers > 7)
+        if (numMembers < 3 || numMembers > 7 || isFlat(config))
             return;
-        u64 array[8];
-        array[KEY_BIT] = vcd;
-        pCalc->completeCubeMembers8(array);
-        vTriVCD.clear();
-        casx.getTriangles(config, array, vTriVCD, TUT);
-        if (isFlat(config)) {
-            zanAssertText(vTriVCD.size() == 6, "vTriVCD.size()==6");
-            vAmbiguousT.insert(vAmbiguousT.end(), vTriVCD.begin(), vTriVCD.end());
-            vAmbiguousT.push_back(vcd);
-            vAmbiguousT.push_back(u64(config));
+        vTriBits.clear();
+        casx.getTriangles(config, CORNER_BITS, vTriBits, TUT);
+        if (vTriBits.empty())
             return;
+        Corner corners[8];
+        getCubeCorners(vcd, config, members, corners);
+        for (std::size_t i = 0; i < vTriBits.size(); i += 3) {
+            const std::uint32_t vtx[3] = {corners[vTriBits[i]].number, corners[vTriBits[i + 1]].number,
+                                          corners[vTriBits[i + 2]].number};
+            pMesh->createTIfMissing_numbers(vtx, vcd, config);
         }
-        for (std::size_t i = 0; i < vTriVCD.size(); i += 3)
-            pMesh->createTIfMissing(vTriVCD[i], vTriVCD[i + 1], vTriVCD[i + 2], vcd, config);
+    });
+}
+
+// The flat cubes, in a walk of their own: a record of each would take more memory than it saves time.
+void Voro::extractSquares()
+{
+    std::vector<u64> vTriBits;
+    cubeBlocks.forEachCubeWithMembers([&](u64 vcd, int config, const CubeBlocks::Members& members) {
+        if (!isFlat(config))
+            return;
+        vTriBits.clear();
+        casx.getTriangles(config, CORNER_BITS, vTriBits, TUT);
+        zanAssertText(vTriBits.size() == 6, "vTriVCD.size()==6");
+        Corner corners[8], square[6];
+        getCubeCorners(vcd, config, members, corners);
+        for (std::size_t i = 0; i < 6; ++i)
+            square[i] = corners[vTriBits[i]];
+        solveSquare(square, vcd, config);
     });
 }
 
 void Voro::solveAmbiguousT(const std::vector<u64>& vAmbiguousT)
 {
     zanAssertText(vAmbiguousT.size() % SQUARE_RECORD == 0, "vAmbiguousT.size()%8==0");
-    for (std::size_t i = 0; i < vAmbiguousT.size(); i += SQUARE_RECORD)
-        solveSquare(vAmbiguousT.data() + i);
+    for (std::size_t i = 0; i < vAmbiguousT.size(); i += SQUARE_RECORD) {
+        const u64* record = vAmbiguousT.data() + i;
+        Corner square[6];
+        for (std::size_t k = 0; k < 6; ++k)
+            square[k] = {record[k], pMesh->getVertexNumber(record[k])};
+        solveSquare(square, record[6], int(record[7]));
+    }
 }
 
 // With v0 and v3 opposite each other, v1-v2 is the diagonal of the table:
@@ -171,29 +207,34 @@ void Voro::solveAmbiguousT(const std::vector<u64>& vAmbiguousT)
 //      |   / |           then v0-v3. So a square takes the diagonal of a neighbour that was drawn before, and
 //      | /   |           a square on both sides of a sheet comes out the same from both.
 //     v2 --- v3
-void Voro::solveSquare(const u64* record)
+//
+// square: the corners of the table's two triangles.
+void Voro::solveSquare(const Corner square[6], u64 vcd, int config)
 {
-    u64 v0 = record[0], v1 = record[1], v2 = record[2];
-    const u64 vcd = record[6];
-    const int config = int(record[7]);
-    const u64* pB =
-        std::find_if(record + 3, record + 6, [=](u64 v) { return v != v0 && v != v1 && v != v2; });
-    const bool bFound = pB != record + 6;
+    Corner v0 = square[0], v1 = square[1], v2 = square[2];
+    const Corner* pB = std::find_if(square + 3, square + 6, [=](const Corner& v) {
+        return v.ccd != v0.ccd && v.ccd != v1.ccd && v.ccd != v2.ccd;
+    });
+    const bool bFound = pB != square + 6;
     zanAssert(bFound);
-    const u64 v3 = *pB;
-    if (Calc::getNeigType(v3, v0) != NT_EDGE)
+    const Corner v3 = *pB;
+    if (Calc::getNeigType(v3.ccd, v0.ccd) != NT_EDGE)
         std::swap(v0, v1);
-    if (Calc::getNeigType(v3, v0) != NT_EDGE)
+    if (Calc::getNeigType(v3.ccd, v0.ccd) != NT_EDGE)
         std::swap(v0, v2);
-    zanAssertText(Calc::getNeigType(v3, v0) == NT_EDGE, "pCalc->getNeigType(v3,v0)==NT_EDGE");
+    zanAssertText(Calc::getNeigType(v3.ccd, v0.ccd) == NT_EDGE, "pCalc->getNeigType(v3,v0)==NT_EDGE");
 
-    if (pMesh->hasEdge(v1, v2)) {
-        pMesh->createTIfMissing(v0, v1, v2, vcd, config);
-        pMesh->createTIfMissing(v2, v1, v3, vcd, config);
+    const auto draw = [&](const Corner& a, const Corner& b, const Corner& c) {
+        const std::uint32_t vtx[3] = {a.number, b.number, c.number};
+        pMesh->createTIfMissing_numbers(vtx, vcd, config);
+    };
+    if (pMesh->hasEdge_numbers(v1.number, v2.number)) {
+        draw(v0, v1, v2);
+        draw(v2, v1, v3);
         return;
     }
-    pMesh->createTIfMissing(v0, v1, v3, vcd, config);
-    pMesh->createTIfMissing(v0, v3, v2, vcd, config);
+    draw(v0, v1, v3);
+    draw(v0, v3, v2);
 }
 
 // ---- extraction with extra cells -------------------------------------------------------------------------
@@ -275,10 +316,11 @@ void Voro::thinNewExtractTriangles()
 {
     messageStream() << "This is thinNewExtractTriangles" << std::endl;
     createMesh();
-    std::vector<u64> vAmbiguousT;
-    extractCubes(vAmbiguousT, [](int) {});
-    solveAmbiguousT(vAmbiguousT);
+    pMesh->getVertexNumbers(vCCD, vNumbers);
+    extractCubes([](int) {});
+    extractSquares();
     pruneCase27();
+    vNumbers = {};
 }
 
 void Voro::pruneCase27()

@@ -6,6 +6,7 @@
 #include "CubeBlocks.h"
 #include "definitions.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
@@ -68,21 +69,30 @@ public:
     const std::vector<u64>& getCCD() const { return vCCD; }
 
 private:
+    // A cell as a vertex of the mesh.
+    struct Corner {
+        u64 ccd;
+        std::uint32_t number; // in the mesh
+    };
+
     void createMesh();
+    void getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members, Corner corners[8]) const;
     template <class Tick>
-    void extractCubes(std::vector<u64>& vAmbiguousT, Tick tick);
-    void solveSquare(const u64* record);
+    void extractCubes(Tick tick);
+    void extractSquares();
+    void solveSquare(const Corner square[6], u64 vcd, int config);
     void rebuildBlocks();
     void removeCells(const std::vector<u64>& vRemoveCCD, const std::vector<u64>& vExtraCCD);
     void addMissingBundles();
 
-    const Calc* pCalc;                  // not owned
-    std::map<u64, Bundle*>* pCCDBundle; // not owned
-    const std::vector<u64>* pZeroCCD;   // not owned
-    std::unique_ptr<CMesh> pMeshOwned;  // until getCMesh hands it over
-    CMesh* pMesh = nullptr;             // the same mesh, also afterwards
-    std::vector<u64> vCCD;              // ascending
-    CubeBlocks cubeBlocks;              // the cells of vCCD
+    const Calc* pCalc;                   // not owned
+    std::map<u64, Bundle*>* pCCDBundle;  // not owned
+    const std::vector<u64>* pZeroCCD;    // not owned
+    std::unique_ptr<CMesh> pMeshOwned;   // until getCMesh hands it over
+    CMesh* pMesh = nullptr;              // the same mesh, also afterwards
+    std::vector<u64> vCCD;               // ascending
+    std::vector<std::uint32_t> vNumbers; // during an extraction: CMesh::getVertexNumbers of vCCD
+    CubeBlocks cubeBlocks;               // the cells of vCCD
     Casx casx;
 };
 
