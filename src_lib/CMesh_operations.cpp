@@ -8,7 +8,6 @@
 #include "zanAssert.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 #include <tuple>
 
@@ -75,40 +74,53 @@ void splitAt(CMesh* pMesh, const SplitPlan& plan, u64 split, std::vector<CTriang
     }
 }
 
-bool lessByCorners(const CTriangle* a, const CTriangle* b)
-{
-    std::array<u64, 3> cornersA, cornersB;
-    a->getSortedCorners(cornersA[0], cornersA[1], cornersA[2]);
-    b->getSortedCorners(cornersB[0], cornersB[1], cornersB[2]);
-    return cornersA != cornersB ? cornersA < cornersB : a->getNumber() < b->getNumber();
-}
-
 // With the least corner at hand the sort of all triangles reads no triangle.
 struct CornerEntry {
     u64 lowest;
     CTriangle* pCT;
 };
 
-bool lessByLowest(const CornerEntry& a, const CornerEntry& b)
-{
-    return a.lowest < b.lowest;
-}
-
-// By ascending corners, then by age.
-void sortByCorners(std::vector<CTriangle*>& vT)
+std::vector<CornerEntry> sortByLowestCorner(const std::vector<CTriangle*>& vT)
 {
     std::vector<CornerEntry> vEntries;
     transformMT(vT, vEntries, [](CTriangle* pCT) {
         return CornerEntry{std::min({pCT->getC0(), pCT->getC1(), pCT->getC2()}), pCT};
     });
-    sortMT(vEntries.begin(), vEntries.end(), lessByLowest);
-    transformMT(vEntries, vT, [](const CornerEntry& entry) { return entry.pCT; });
-    for (std::size_t first = 0, last = 0; first < vT.size(); first = last) {
-        while (last < vT.size() && vEntries[last].lowest == vEntries[first].lowest)
-            ++last;
-        std::sort(vT.begin() + std::ptrdiff_t(first), vT.begin() + std::ptrdiff_t(last), lessByCorners);
-    }
+    sortMT(vEntries.begin(), vEntries.end(),
+           [](const CornerEntry& a, const CornerEntry& b) { return a.lowest < b.lowest; });
+    return vEntries;
 }
+
+// The triangles with one least corner, by the other two, then by age.
+class SameLowest
+{
+public:
+    void sort(const CornerEntry* pBegin, const CornerEntry* pEnd)
+    {
+        vEntries.clear();
+        for (const CornerEntry* p = pBegin; p != pEnd; ++p) {
+            Entry entry{0, 0, p->pCT->getNumber(), p->pCT};
+            u64 lowest = 0;
+            p->pCT->getSortedCorners(lowest, entry.middle, entry.highest);
+            vEntries.push_back(entry);
+        }
+        std::sort(vEntries.begin(), vEntries.end(), [](const Entry& a, const Entry& b) {
+            return std::tie(a.middle, a.highest, a.number) < std::tie(b.middle, b.highest, b.number);
+        });
+    }
+
+    std::size_t size() const { return vEntries.size(); }
+    CTriangle* operator[](std::size_t i) const { return vEntries[i].pCT; }
+
+private:
+    struct Entry {
+        u64 middle, highest;
+        std::uint32_t number;
+        CTriangle* pCT;
+    };
+
+    std::vector<Entry> vEntries;
+};
 
 } // namespace
 
@@ -217,18 +229,26 @@ u64 CMesh::collapseEdgeToMidpoint(CEdge* pCE)
 
 int CMesh::killDuplicateTriangles()
 {
-    sortByCorners(vMeshT);
+    const std::vector<CornerEntry> vEntries = sortByLowestCorner(vMeshT);
+    SameLowest group;
     int numKilled = 0;
-    const CTriangle* pKept = nullptr; // the alive one of the current corners
-    for (CTriangle* pCT : vMeshT) {
-        if (!pCT->isAlive())
-            continue;
-        if (pKept == nullptr || !(*pCT == *pKept)) {
-            pKept = pCT;
-            continue;
+    for (std::size_t first = 0, last = 0; first < vEntries.size(); first = last) {
+        while (last < vEntries.size() && vEntries[last].lowest == vEntries[first].lowest)
+            ++last;
+        group.sort(vEntries.data() + first, vEntries.data() + last);
+        const CTriangle* pKept = nullptr; // the alive one of the current corners
+        for (std::size_t i = 0; i < group.size(); ++i) {
+            CTriangle* pCT = group[i];
+            vMeshT[first + i] = pCT;
+            if (!pCT->isAlive())
+                continue;
+            if (pKept == nullptr || !(*pCT == *pKept)) {
+                pKept = pCT;
+                continue;
+            }
+            pCT->kill(this);
+            ++numKilled;
         }
-        pCT->kill(this);
-        ++numKilled;
     }
     return numKilled;
 }

@@ -31,7 +31,8 @@ Vector3 signVector(u64 from, u64 to)
 
 CTriangle::CTriangle(u64 c0Given, u64 c1Given, u64 c2Given, u64 vcdGiven, int cfgGiven,
                      std::uint32_t numberGiven)
-    : c0(c0Given), c1(c1Given), c2(c2Given), vcd(vcdGiven), cfg(cfgGiven), number(numberGiven)
+    : c0(c0Given), c1(c1Given), c2(c2Given), vcd(vcdGiven), number(numberGiven),
+      cfg(static_cast<std::int16_t>(cfgGiven))
 {
 }
 

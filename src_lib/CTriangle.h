@@ -121,13 +121,13 @@ private:
     u64 c1;
     u64 c2;
     u64 vcd;
-    std::int32_t cfg;
     std::uint32_t number;
+    std::int16_t cfg;
     bool bVisited = false;
     bool bAlive = true;
 };
 
-static_assert(sizeof(CTriangle) <= 80, "a mesh holds two of these for each vertex");
+static_assert(sizeof(CTriangle) <= 72, "a mesh holds two of these for each vertex");
 
 inline bool lessByNumber(const CTriangle* a, const CTriangle* b)
 {

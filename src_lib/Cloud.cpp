@@ -118,9 +118,8 @@ std::vector<Point3> finitePoints(const std::vector<Point3>& vInput, size_t group
 
 } // namespace
 
-// The pools free memory without running destructors.
+// The pool frees memory without running destructors.
 static_assert(std::is_trivially_destructible_v<Bundle>);
-static_assert(std::is_trivially_destructible_v<Point3>);
 
 Cloud::Cloud(const std::string& name_, double spacingAbs_, double spacingFactor_, bool bMelt_, int fillSize_)
     : fillSize(fillSize_), name(name_), spacingAbs(spacingAbs_), spacingFactor(spacingFactor_),
@@ -197,6 +196,12 @@ void Cloud::getBundles(std::vector<std::pair<u64, Bundle*>>& vCCDBundle, std::ve
     vCCDBundle.reserve(vCCDBundle.size() + vBundles.size());
     for (Bundle* pBundle : vBundles)
         vCCDBundle.emplace_back(pBundle->ccd, pBundle);
+    vZero = vZeroCCD;
+}
+
+void Cloud::getBundles(std::vector<Bundle*>& vOut, std::vector<u64>& vZero) const
+{
+    vOut = vBundles;
     vZero = vZeroCCD;
 }
 
@@ -341,7 +346,6 @@ void Cloud::createBundles(std::vector<Point3>& vInput)
 {
     const StageTimer stage("CL_creb");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("CL_creb", 6);
-    std::vector<std::pair<u64, Point3>> vCells;
     {
         Prepare prepare(&vInput, fillSize, pCalc.get());
         prepare.run(vCells, vZeroCCD);
@@ -353,14 +357,10 @@ void Cloud::createBundles(std::vector<Point3>& vInput)
     zanAssert(vCells.size() < static_cast<size_t>(std::numeric_limits<int>::max()));
     const int num = static_cast<int>(vCells.size());
     const int increase = std::max(100, num / 10);
-    pointPool.init(num, increase);
     bundlePool.init(num, increase);
-    vKeptPoints.reserve(vCells.size());
     vBundles.reserve(vCells.size());
-    for (const auto& [ccd, point] : vCells) {
-        vKeptPoints.push_back(new (pointPool.newObject()) Point3(point));
-        vBundles.push_back(new (bundlePool.newObject()) Bundle{vKeptPoints.back(), ccd});
-    }
+    for (auto& [ccd, point] : vCells)
+        vBundles.push_back(new (bundlePool.newObject()) Bundle{&point, ccd});
     pProgress->tick();
     pProgress->finish(true);
 }

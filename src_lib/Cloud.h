@@ -48,6 +48,8 @@ public:
     Calc* getCalc() const { return pCalc.get(); } // null until prepared, and for a cloud that came to nothing
     // Appends (code, bundle) in ascending code order, and copies the codes of cells that no point fell into.
     void getBundles(std::vector<std::pair<u64, Bundle*>>& vCCDBundle, std::vector<u64>& vZero) const;
+    // The bundles alone, in the same order. Replaces both lists.
+    void getBundles(std::vector<Bundle*>& vOut, std::vector<u64>& vZero) const;
     bool isMelt() const { return bMelt; }
     double getDetectedSpacing() const
     {
@@ -84,11 +86,10 @@ private:
     double detectedSpacing = -1.0;
     double usedSpacing = -1.0;
     std::unique_ptr<Calc> pCalc;
-    std::vector<Point3> vPoints; // until the bundles are made
-    std::vector<Point3*> vKeptPoints;
-    std::vector<Bundle*> vBundles;
+    std::vector<Point3> vPoints;                // until the bundles are made
+    std::vector<std::pair<u64, Point3>> vCells; // by code; does not change any more: bundles point into it
+    std::vector<Bundle*> vBundles;              // by code
     TESK_TOOLS::SimplePool<Bundle> bundlePool;
-    TESK_TOOLS::SimplePool<Point3> pointPool;
     double boxMin[3];
     double boxMax[3];
     std::vector<u64> vZeroCCD;

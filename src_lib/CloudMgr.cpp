@@ -15,21 +15,26 @@ namespace TESK_ZAN
 namespace
 {
 
-using CCDBundles = std::vector<std::pair<u64, Bundle*>>;
+using BundlePos = std::vector<Bundle*>::const_iterator;
+
+bool lessByCode(const Bundle* a, const Bundle* b)
+{
+    return a->ccd < b->ccd;
+}
 
 // Several clouds can hold the same cell. The last bundle of the group stands for all, in their mean colour
 // when the first one has a colour.
-Bundle* mergeBundles(CCDBundles::const_iterator first, CCDBundles::const_iterator last)
+Bundle* mergeBundles(BundlePos first, BundlePos last)
 {
-    Bundle* pKept = (last - 1)->second;
-    if (!first->second->pVtx->hasColor())
+    Bundle* pKept = *(last - 1);
+    if (!(*first)->pVtx->hasColor())
         return pKept;
     float r = 0;
     float g = 0;
     float b = 0;
     float a = 0;
     for (auto it = first; it != last; ++it)
-        it->second->pVtx->addOwnColor(r, g, b, a);
+        (*it)->pVtx->addOwnColor(r, g, b, a);
     const float num = static_cast<float>(last - first);
     const auto mean = [num](float sum) { return static_cast<unsigned char>(sum / num); };
     pKept->pVtx->setColor(mean(r), mean(g), mean(b), mean(a));
@@ -78,21 +83,19 @@ void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std:
     zanAssert(!vClouds.empty());
     const Cloud& cloud = *vClouds.front();
     pCalc = cloud.getCalc();
-    CCDBundles vPairs;
-    cloud.getBundles(vPairs, vZeroCCD);
+    cloud.getBundles(vBundles_srt, vZeroCCD);
     // Stable among equal codes: the later bundle of a pair has the higher position in the cloud.
-    const auto byCode = [](const auto& x, const auto& y) { return x.first < y.first; };
-    if (!std::is_sorted(vPairs.begin(), vPairs.end(), byCode))
-        std::stable_sort(vPairs.begin(), vPairs.end(), byCode);
-    vBundles_srt.clear();
-    vBundles_srt.reserve(vPairs.size());
-    for (auto it = vPairs.cbegin(); it != vPairs.cend();) {
+    if (!std::is_sorted(vBundles_srt.begin(), vBundles_srt.end(), lessByCode))
+        std::stable_sort(vBundles_srt.begin(), vBundles_srt.end(), lessByCode);
+    auto itOut = vBundles_srt.begin();
+    for (auto it = vBundles_srt.cbegin(); it != vBundles_srt.cend();) {
         auto itEnd = it + 1;
-        while (itEnd != vPairs.cend() && itEnd->first == it->first)
+        while (itEnd != vBundles_srt.cend() && (*itEnd)->ccd == (*it)->ccd)
             ++itEnd;
-        vBundles_srt.push_back(itEnd - it == 1 ? it->second : mergeBundles(it, itEnd));
+        *itOut++ = itEnd - it == 1 ? *it : mergeBundles(it, itEnd);
         it = itEnd;
     }
+    vBundles_srt.erase(itOut, vBundles_srt.end());
 }
 
 } // namespace TESK_ZAN

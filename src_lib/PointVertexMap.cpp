@@ -2,6 +2,7 @@
 
 #include "Point3Hash.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace TESK_ZAN
@@ -9,28 +10,37 @@ namespace TESK_ZAN
 
 namespace
 {
+
 constexpr size_t MIN_SLOTS = 16;
+
+// Of the bits that the home slot has no use for.
+std::uint8_t tagOf(std::uint64_t hash)
+{
+    return static_cast<std::uint8_t>(0x80 | hash >> 57);
 }
+
+} // namespace
 
 void PointVertexMap::reserve(size_t n)
 {
-    if (2 * n > vSlots.size())
-        rehash(std::bit_ceil(std::max(2 * n, MIN_SLOTS)));
+    if (4 * n > 3 * vSlots.size())
+        rehash(std::bit_ceil(std::max(n + n / 3 + 1, MIN_SLOTS)));
 }
 
 Point3* PointVertexMap::find(const Point3& p) const
 {
-    return vSlots.empty() ? nullptr : vSlots[findSlot(p)];
+    return vSlots.empty() ? nullptr : vSlots[findSlot(p, Point3Hash()(p))];
 }
 
 bool PointVertexMap::insert(Point3* pVtx)
 {
-    if (2 * (numEntries + 1) > vSlots.size())
+    if (4 * (numEntries + 1) > 3 * vSlots.size())
         rehash(std::max(2 * vSlots.size(), MIN_SLOTS));
-    Point3*& pEntry = vSlots[findSlot(*pVtx)];
-    if (pEntry != nullptr)
+    const std::uint64_t hash = Point3Hash()(*pVtx);
+    const size_t slot = findSlot(*pVtx, hash);
+    if (vTags[slot] != FREE)
         return false;
-    pEntry = pVtx;
+    setSlot(slot, pVtx, tagOf(hash));
     ++numEntries;
     return true;
 }
@@ -52,10 +62,10 @@ bool PointVertexMap::erase(const Point3* pVtx)
         const size_t fromHome = (slot - homeSlot(*vSlots[slot])) & mask;
         if (fromHome < ((slot - gap) & mask))
             continue;
-        vSlots[gap] = vSlots[slot];
+        setSlot(gap, vSlots[slot], vTags[slot]);
         gap = slot;
     }
-    vSlots[gap] = nullptr;
+    setSlot(gap, nullptr, FREE);
     --numEntries;
     return true;
 }
@@ -65,21 +75,33 @@ size_t PointVertexMap::homeSlot(const Point3& p) const
     return static_cast<size_t>(Point3Hash()(p)) & (vSlots.size() - 1);
 }
 
-size_t PointVertexMap::findSlot(const Point3& p) const
+size_t PointVertexMap::findSlot(const Point3& p, std::uint64_t hash) const
 {
-    size_t slot = homeSlot(p);
-    while (vSlots[slot] != nullptr && *vSlots[slot] != p)
-        slot = (slot + 1) & (vSlots.size() - 1);
+    const size_t mask = vSlots.size() - 1;
+    const std::uint8_t tag = tagOf(hash);
+    size_t slot = static_cast<size_t>(hash) & mask;
+    while (vTags[slot] != FREE && (vTags[slot] != tag || *vSlots[slot] != p))
+        slot = (slot + 1) & mask;
     return slot;
+}
+
+void PointVertexMap::setSlot(size_t slot, Point3* pVtx, std::uint8_t tag)
+{
+    vSlots[slot] = pVtx;
+    vTags[slot] = tag;
 }
 
 void PointVertexMap::rehash(size_t numSlots)
 {
     std::vector<Point3*> vOld(numSlots, nullptr);
     vOld.swap(vSlots);
-    for (Point3* pVtx : vOld) // positions are different: the free slot is the right one
-        if (pVtx != nullptr)
-            vSlots[findSlot(*pVtx)] = pVtx;
+    vTags.assign(numSlots, FREE);
+    for (Point3* pVtx : vOld) {
+        if (pVtx == nullptr)
+            continue;
+        const std::uint64_t hash = Point3Hash()(*pVtx);
+        setSlot(findSlot(*pVtx, hash), pVtx, tagOf(hash)); // positions are different: the slot is free
+    }
 }
 
 } // namespace TESK_ZAN

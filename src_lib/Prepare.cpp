@@ -98,10 +98,10 @@ void Prepare::run(std::vector<std::pair<u64, Point3>>& vResult, std::vector<u64>
 void Prepare::createRCDs()
 {
     const StageTimer stage("createRCDs");
-    const RCDPoints vFat = createRepresentatives();
+    RCDPoints vFat = createRepresentatives();
     const std::vector<CellPos> vFatPos = createLayers(vFat);
     thin(vFat, vFatPos);
-    takeKeptCells(vFat, vFatPos);
+    takeKeptCells(std::move(vFat), vFatPos);
     zanAssert(vRCD2Vtxsrt.size() == vAllRCDsrt.size());
     zanAssert(vAllRCDsrt.size() == vAreaRCDsrt.size() + vBorderRCDsrt.size());
 }
@@ -118,11 +118,17 @@ RCDPoints Prepare::createRepresentatives() const
     });
     sortMT(vRCD2Index.begin(), vRCD2Index.end());
 
-    std::vector<size_t> vStart; // of each cell's group, and the end of the last one
+    const auto startsCell = [&](size_t i) {
+        return i == 0 || vRCD2Index[i].first != vRCD2Index[i - 1].first;
+    };
+    size_t numCells = 0;
     for (size_t i = 0; i < vRCD2Index.size(); ++i)
-        if (i == 0 || vRCD2Index[i].first != vRCD2Index[i - 1].first)
+        numCells += startsCell(i) ? 1 : 0;
+    std::vector<size_t> vStart; // of each cell's group, and the end of the last one
+    vStart.reserve(numCells + 1);
+    for (size_t i = 0; i < vRCD2Index.size(); ++i)
+        if (startsCell(i))
             vStart.push_back(i);
-    const size_t numCells = vStart.size();
     vStart.push_back(vRCD2Index.size());
 
     RCDPoints vFat(numCells);
@@ -166,8 +172,8 @@ void Prepare::thin(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos)
     Thinning(blocks, alive, ranks, vWeights).run();
 }
 
-// Splits what is left into area and border, and copies its points into the pool.
-void Prepare::takeKeptCells(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos)
+// Splits what is left into area and border. The list of all cells becomes that of the kept ones.
+void Prepare::takeKeptCells(RCDPoints&& vFat, const std::vector<CellPos>& vFatPos)
 {
     const StageTimer stage("createRCDs_take");
     const RemovalRules& rules = RemovalRules::get();
@@ -182,19 +188,21 @@ void Prepare::takeKeptCells(const RCDPoints& vFat, const std::vector<CellPos>& v
     constexpr int AUTOMATIC_GROWTH = -1;
     const size_t numKept = alive.count();
     zanAssert(numKept < static_cast<size_t>(std::numeric_limits<int>::max()));
-    poolPoints.init(static_cast<int>(numKept), AUTOMATIC_GROWTH);
-    vRCD2Vtxsrt.reserve(numKept);
+    poolPoints.init(static_cast<int>(numKept / 8), AUTOMATIC_GROWTH);
     vAllRCDsrt.reserve(numKept);
+    vAreaRCDsrt.reserve(numKept);
     for (size_t i = 0; i < vFat.size(); ++i) {
         if (vKinds[i] == DOOMED)
             continue;
         const u64 rcd = vFat[i].first;
-        vRCD2Vtxsrt.emplace_back(rcd, new (poolPoints.newObject()) Point3(*vFat[i].second));
+        vFat[vAllRCDsrt.size()] = vFat[i];
         vAllRCDsrt.push_back(rcd);
         (vKinds[i] == BORDER ? vBorderRCDsrt : vAreaRCDsrt).push_back(rcd);
         if (vKinds[i] == BORDER)
             border.set(vFatPos[i]);
     }
+    vFat.resize(numKept);
+    vRCD2Vtxsrt = std::move(vFat);
 }
 
 // --- fill ---

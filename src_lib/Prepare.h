@@ -74,13 +74,13 @@ private:
     RCDPoints createRepresentatives() const;
     std::vector<CellPos> createLayers(const RCDPoints& vFat);
     void thin(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos);
-    void takeKeptCells(const RCDPoints& vFat, const std::vector<CellPos>& vFatPos);
+    void takeKeptCells(RCDPoints&& vFat, const std::vector<CellPos>& vFatPos);
     void fillHoles();
     int getUsefulFillSize() const;
     void takeFilledCells(const std::vector<u64>& vAdded, const std::vector<u64>& vRemoved);
     void deliver(std::vector<std::pair<u64, Point3>>& vResult, std::vector<u64>& vZeroCCD) const;
 
-    RCDPoints vRCD2Vtxsrt;        // kept cells with their points (in the point pool)
+    RCDPoints vRCD2Vtxsrt;        // kept cells with their points: of the input, or in the pool
     std::vector<Point3>* pPoints; // input, not owned
     int fillSize;
     const Calc* pCalc; // not owned
@@ -88,8 +88,8 @@ private:
     std::vector<u64> vAreaRCDsrt;
     std::vector<u64> vBorderRCDsrt;
     std::vector<u64> vZeroRCDsrt;
-    TESK_TOOLS::SimplePool<Point3> poolPoints;
-    CellBlocks blocks; // where the layers below live; shared by all passes
+    TESK_TOOLS::SimplePool<Point3> poolPoints; // of the cells that a fill added
+    CellBlocks blocks;                         // where the layers below live; shared by all passes
     CellLayer alive;
     CellLayer border;
 };

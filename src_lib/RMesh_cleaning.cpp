@@ -47,11 +47,13 @@ public:
     // True if two triangles have the same opposite corner.
     bool hasRepeated(const REdge& edge)
     {
+        RTriangle *pT0 = nullptr, *pT1 = nullptr;
+        if (edge.getAdjT(pT0, pT1, true)) // nearly all edges; this reads no vertex
+            return pT0->getThirdPoint(edge.getVtx0(), edge.getVtx1()) ==
+                   pT1->getThirdPoint(edge.getVtx0(), edge.getVtx1());
         if (edge.getDegree() < 2)
             return false;
         fill(edge);
-        if (vNumbers.size() == 2)
-            return vNumbers[0] == vNumbers[1];
         std::sort(vNumbers.begin(), vNumbers.end());
         return std::adjacent_find(vNumbers.begin(), vNumbers.end()) != vNumbers.end();
     }
@@ -173,6 +175,7 @@ size_t RMesh::createPatchesOrient()
         pRT->pPatch = nullptr;
     }
     std::vector<RTriangle*> vQueue;
+    vQueue.reserve(vT.size());
     for (RTriangle* pRT : vT) {
         if (!pRT->isAlive() || pRT->bVisited)
             continue;
@@ -191,7 +194,7 @@ void RMesh::growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& 
     for (size_t front = 0; front < vQueue.size(); ++front) {
         RTriangle* pRT = vQueue[front];
         pProgress->tick();
-        patch.addTriangle(pRT);
+        pRT->pPatch = &patch;
         for (const REdge* pRE : pRT->aOppRE) {
             RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(pRT) : nullptr;
             if (pNeig == nullptr || pNeig->bVisited)
@@ -202,6 +205,7 @@ void RMesh::growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& 
             pNeig->bVisited = true;
         }
     }
+    patch.setTriangles(vQueue);
 }
 
 } // namespace TESK_ZAN

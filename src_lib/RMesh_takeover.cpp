@@ -17,18 +17,6 @@ namespace TESK_ZAN
 namespace
 {
 
-size_t countAlive(const std::vector<CTriangle*>& vCT)
-{
-    return static_cast<size_t>(
-        std::count_if(vCT.begin(), vCT.end(), [](const CTriangle* pCT) { return pCT->isAlive(); }));
-}
-
-size_t countAlive(const std::vector<CEdge*>& vCE)
-{
-    return static_cast<size_t>(
-        std::count_if(vCE.begin(), vCE.end(), [](const CEdge* pCE) { return pCE->getDegree() > 0; }));
-}
-
 // Finds codes in a sorted list without repetitions. Corners that come one after the other lie near each other
 // in space, and so mostly in the list: the search widens from the last hit.
 class CodeFinder
@@ -89,9 +77,11 @@ void moveBySmallestStep(Point3& p)
 
 } // namespace
 
+// Dead triangles and edges are counted too: room that stays unused costs nothing, to look at all of them
+// does.
 RMesh::RMesh(CMesh* pCMesh)
-    : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), countAlive(pCMesh->getT()),
-            countAlive(pCMesh->getE()))
+    : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), pCMesh->getT().size(),
+            pCMesh->getE().size())
 {
     const StageTimer stage("RM_takeover");
     std::vector<u64> vCCD; // of the vertices, by number
