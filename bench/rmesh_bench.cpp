@@ -4,6 +4,7 @@
 #include "Calc.h"
 #include "Progress.h"
 #include "RMesh.h"
+#include "flipLoops.h"
 #include "random.h"
 
 #include <benchmark/benchmark.h>
@@ -154,5 +155,26 @@ void flipThereAndBack(benchmark::State& state)
     state.SetItemsProcessed(numFlips);
 }
 BENCHMARK(flipThereAndBack);
+
+// The two calls at the end of a reconstruction, on a copy each time.
+void flipGreedily(benchmark::State& state)
+{
+    getRootProgress()->setName("bench");
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto pMesh = std::make_unique<RMesh>(sheet().mesh());
+        state.ResumeTiming();
+        for (int call = 0; call < 2; ++call) {
+            greedyFlips(pMesh.get());
+            pMesh->killDegenerate();
+        }
+        state.PauseTiming();
+        pMesh.reset();
+        state.ResumeTiming();
+    }
+    getRootProgress()->clear();
+    state.SetItemsProcessed(state.iterations() * std::int64_t(sheet().numVtx()));
+}
+BENCHMARK(flipGreedily)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

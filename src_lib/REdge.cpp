@@ -144,11 +144,11 @@ REdge* REdge::tryFlipEdge(RMesh* pRMesh, RTriangle* pRT0, RTriangle* pRT1)
     pRT1->kill(pRMesh);
     RTriangle* pNewT = nullptr;
     if (c.pNext == aEndpoints[0]) {
-        pNewT = pRMesh->createT(pOpp0, aEndpoints[0], pOpp1);
-        pRMesh->createT(pOpp1, aEndpoints[1], pOpp0);
+        pNewT = pRMesh->recreateT(pRT0, pOpp0, aEndpoints[0], pOpp1);
+        pRMesh->recreateT(pRT1, pOpp1, aEndpoints[1], pOpp0);
     } else {
-        pNewT = pRMesh->createT(pOpp1, aEndpoints[0], pOpp0);
-        pRMesh->createT(pOpp0, aEndpoints[1], pOpp1);
+        pNewT = pRMesh->recreateT(pRT0, pOpp1, aEndpoints[0], pOpp0);
+        pRMesh->recreateT(pRT1, pOpp0, aEndpoints[1], pOpp1);
     }
     return pNewT->getRE(1);
 }

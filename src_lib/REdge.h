@@ -64,7 +64,8 @@ public:
     //
     // Returns the new edge, or null if nothing was done: the degree is not 2, a triangle is dead, an alive
     // edge (opp0, opp1) exists, or the new triangles would be flat at opp0. The two triangles may both be
-    // null: then they are taken from the edge. They must not be twins.
+    // null: then they are taken from the edge. They must not be twins. The new triangles take over the
+    // records and numbers of the two.
     REdge* tryFlipEdge(RMesh* pRMesh, RTriangle* pRT0, RTriangle* pRT1);
 
     // Removes the flat triangle pKillRT, whose corner ici lies nearly on this edge, and splits the triangles

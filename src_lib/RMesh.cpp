@@ -161,6 +161,21 @@ RTriangle* RMesh::createT(Point3* p0, Point3* p1, Point3* p2)
     zanAssert(p0 != p1 && p1 != p2 && p2 != p0);
     auto* pRT = new (rtPool.newObject()) RTriangle(p0, p1, p2, nextNumber(vT.size()));
     vT.push_back(pRT);
+    registerTriangle(pRT);
+    return pRT;
+}
+
+RTriangle* RMesh::recreateT(RTriangle* pDeadRT, Point3* p0, Point3* p1, Point3* p2)
+{
+    zanAssert(!pDeadRT->isAlive() && p0 != p1 && p1 != p2 && p2 != p0);
+    *pDeadRT = RTriangle(p0, p1, p2, pDeadRT->number);
+    registerTriangle(pDeadRT);
+    return pDeadRT;
+}
+
+void RMesh::registerTriangle(RTriangle* pRT)
+{
+    const auto [p0, p1, p2] = pRT->aCorners;
     // All look-ups come before the first registration: they go through the triangles at the vertices, and
     // this one has no edges yet.
     pRT->aOppRE[2] = getOrCreateRE(p0, p1);
@@ -170,7 +185,6 @@ RTriangle* RMesh::createT(Point3* p0, Point3* p1, Point3* p2)
         pRE->checkIn(pRT);
     for (Point3* pCorner : pRT->aCorners)
         recordOf(pCorner).vTNumbers.push_back(pRT->number);
-    return pRT;
 }
 
 REdge* RMesh::getOrCreateRE(Point3* p0, Point3* p1)

@@ -32,6 +32,8 @@ constexpr int MAX_SMOOTHING_PHASES = 1000;
 // Owns its vertices, edges, triangles and patches; they refer to each other by plain pointers, which stay
 // valid as long as the mesh. A vertex is a Point3*, and identity is that of the pointer. Nothing is erased
 // during a run: a triangle dies by a flag, an edge by losing its last triangle, and every walk tests isAlive.
+// A flip puts its two new triangles into the records of the old ones, so the mesh does not grow with the
+// number of flips but for edges that are new to it; a million flips in each of many sweeps are usual.
 //
 // Invariants, by the numbers under which checkDataStructures reports them:
 //   1. Each entry of mPointVertex is found at its own position, and no two vertices have the same position.
@@ -243,7 +245,9 @@ private:
     RMesh(double cellSize, size_t numVtx, size_t numT, size_t numRE);
 
     // RMesh.cpp
-    Point3* newVtx(const Point3& p); // not yet in mPointVertex
+    Point3* newVtx(const Point3& p);                                              // not yet in mPointVertex
+    RTriangle* recreateT(RTriangle* pDeadRT, Point3* p0, Point3* p1, Point3* p2); // in the record of pDeadRT
+    void registerTriangle(RTriangle* pRT);
     REdge* getOrCreateRE(Point3* p0, Point3* p1);
     REdge* findAliveRE(const Point3* p0, const Point3* p1) const;
     void unregisterTriangle(RTriangle* pRT);

@@ -30,7 +30,7 @@ bool isFlatAngle(const Point3& apex, const Point3& p0, const Point3& p1);
 //      corner 0 ---- corner 1
 //              RE(2)
 //
-// Made by RMesh::createT only; dies by kill and stays in the mesh's vector then.
+// Made by RMesh::createT and by flips only; dies by kill and stays in the mesh's vector then.
 class RTriangle
 {
 public:
@@ -38,7 +38,7 @@ public:
 
     Point3* getCorner(int ici) const { return aCorners[ici]; }
     REdge* getRE(int ici) const { return aOppRE[ici]; }
-    std::uint32_t getNumber() const { return number; } // order of creation; the place in the mesh's vector
+    std::uint32_t getNumber() const { return number; } // the place in the mesh's vector
     bool isAlive() const { return bAlive; }
     RPatch* getPatch() const { return pPatch; } // null before patches exist; stale after a topological change
 

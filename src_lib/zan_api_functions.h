@@ -61,7 +61,7 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, d
 ZAN_EXPORT void edgeFlips(std::shared_ptr<Mesh> pMesh);
 
 // The same by simulated annealing: escapes from states that edgeFlips can't leave, for a rough surface.
-// Takes some twenty times as long. The same mesh gives the same result.
+// Takes some fifty times as long. The same mesh gives the same result.
 ZAN_EXPORT void edgeFlipsSimA(std::shared_ptr<Mesh> pMesh);
 
 // Fewer triangles, by collapsing edges: the short ones in flat places first, between points of like colour.

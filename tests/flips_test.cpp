@@ -217,6 +217,7 @@ TEST(edgeFlipsSimA, ends_below_the_greedy_descent_on_a_rough_surface)
         edgeFlips(pGreedy);
     edgeFlipsSimA(pAnnealed);
     EXPECT_LT(energyOf(*pAnnealed), energyOf(*pGreedy));
+    EXPECT_EQ(pAnnealed->getRMesh()->getAllT().size(), 2u * 29 * 29) << "memory must not grow by flips";
     EXPECT_EQ(brokenInvariant(*pAnnealed->getRMesh()), "");
     const MeshReport report = checkMesh(toIndexed(*pAnnealed->getRMesh()));
     EXPECT_TRUE(report.isManifold() && report.isOriented()) << toText(report);
