@@ -114,19 +114,26 @@ void FanSplitter::apply()
         return numberOf(a.pRT) != numberOf(b.pRT) ? numberOf(a.pRT) < numberOf(b.pRT) : a.ici < b.ici;
     });
     std::vector<Point3*> vCorners; // three for each new triangle
-    for (size_t i = 0; i < vNewCorners.size(); ++i) {
-        RTriangle* pRT = vNewCorners[i].pRT;
-        if (i == 0 || vNewCorners[i - 1].pRT != pRT)
+    for (const NewCorner& newCorner : vNewCorners) {
+        if (newCorner.pRT->isAlive()) {
+            vFormerT.push_back(newCorner.pRT);
             for (int ici = 0; ici < 3; ++ici)
-                vCorners.push_back(pRT->getCorner(ici));
-        vCorners[vCorners.size() - 3 + static_cast<size_t>(vNewCorners[i].ici)] = vNewCorners[i].pVtx;
-    }
-    for (const NewCorner& newCorner : vNewCorners)
-        if (newCorner.pRT->isAlive())
+                vCorners.push_back(newCorner.pRT->getCorner(ici));
             newCorner.pRT->kill(&mesh);
+        }
+        vCorners[vCorners.size() - 3 + static_cast<size_t>(newCorner.ici)] = newCorner.pVtx;
+    }
+    firstMade = mesh.getAllT().size();
     for (size_t i = 0; i < vCorners.size(); i += 3)
         mesh.createT(vCorners[i], vCorners[i + 1], vCorners[i + 2]);
     vNewCorners.clear();
+}
+
+const RTriangle* FanSplitter::getFormerT(const RTriangle* pRT) const
+{
+    const size_t number = numberOf(pRT);
+    const bool bMade = number >= firstMade && number - firstMade < vFormerT.size();
+    return bMade ? vFormerT[number - firstMade] : pRT;
 }
 
 } // namespace TESK_ZAN

@@ -42,9 +42,12 @@ public:
     // Notes the changes that the fans at the vertex ask for, and makes the copies. O(d log d) in the degree.
     void splitAt(Point3* pVtx);
 
-    // Replaces the triangles that got another corner, in order of their numbers. The new ones keep the
-    // orientation.
+    // Replaces the triangles that got another corner, in order of their numbers. The new ones have their
+    // corners in the same order.
     void apply();
+
+    // After apply: what the triangle replaced, or itself.
+    const RTriangle* getFormerT(const RTriangle* pRT) const;
 
     size_t getNumCopies() const { return numCopies; }
 
@@ -61,6 +64,8 @@ private:
     RMesh& mesh;
     const EdgeJoints& joints;
     std::vector<NewCorner> vNewCorners;
+    std::vector<const RTriangle*> vFormerT; // of the triangles that apply made, by their numbers
+    size_t firstMade = 0;                   // the number of the first of these
     size_t numCopies = 0;
     std::vector<RTriangle*> vIncT;  // of the vertex at hand, by number
     std::vector<size_t> vFanOfIncT; // parallel to vIncT

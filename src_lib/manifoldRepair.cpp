@@ -84,6 +84,8 @@ class Repair
 public:
     explicit Repair(RMesh& mesh_) : mesh(mesh_) {}
 
+    // Each round parts all sheets that can be parted at the ends of their edges, and at least one that can't:
+    // the defects get fewer.
     RepairReport run()
     {
         findDefects();
@@ -93,7 +95,6 @@ public:
             ++report.numRounds;
             removeTwins();
             partSheets();
-            splitInseparable();
             findDefects();
         }
         cutTwists();
@@ -129,32 +130,76 @@ private:
         for (RTriangle* pRT : vScrapT)
             pRT->kill(&mesh);
         report.numRemovedT += vScrapT.size();
-        split(sheets.getJoints(), sheets.getSeams());
+        FanSplitter splitter(mesh, sheets.getJoints());
+        split(splitter, sheets.getSeams());
+        splitInseparable(splitter, sheets.getJoints());
     }
 
     // Splits the fans at the bad vertices and at the ends of these edges.
-    void split(const EdgeJoints& joints, const std::vector<REdge*>& vRE)
+    void split(FanSplitter& splitter, const std::vector<REdge*>& vRE)
     {
         std::vector<Point3*> vVtx = vBadVtx;
         for (const REdge* pRE : vRE)
             vVtx.insert(vVtx.end(), {pRE->getVtx0(), pRE->getVtx1()});
         sortUniqueByNumber(vVtx);
-        FanSplitter splitter(mesh, joints);
         for (Point3* pVtx : vVtx)
             splitter.splitAt(pVtx);
         splitter.apply();
         report.numCopiedVtx += splitter.getNumCopies();
     }
 
-    // What meets in an edge may hang together around both of its ends. A vertex in the middle does not, so
-    // the next round parts the sheets there.
-    void splitInseparable()
+    // What meets in an edge may hang together around both of its ends. So each pair gets a vertex of its own
+    // in the middle. Where a triangle has two such edges, the second one is left for the next round.
+    void splitInseparable(const FanSplitter& splitter, const EdgeJoints& joints)
     {
         vOverfullRE.clear();
         mesh.getDegN(ABOVE_2, vOverfullRE);
-        for (REdge* pRE : vOverfullRE)
-            pRE->split(mesh.createVtxBeside(midpointOf(*pRE)), &mesh);
-        report.numSplitRE += vOverfullRE.size();
+        const size_t numBefore = mesh.getAllT().size();
+        for (REdge* pRE : vOverfullRE) {
+            std::vector<RTriangle*> vRT;
+            pRE->getAliveT(vRT);
+            const bool bTouched = std::any_of(
+                vRT.begin(), vRT.end(), [&](const RTriangle* pRT) { return numberOf(pRT) >= numBefore; });
+            if (bTouched)
+                continue;
+            ++report.numSplitRE;
+            while (!vRT.empty())
+                splitPair(pRE, takePair(pRE, vRT, splitter, joints));
+        }
+    }
+
+    // Takes the last triangle out of vRT, and with it the one that it is joined to over the edge, if any.
+    static std::vector<RTriangle*> takePair(const REdge* pRE, std::vector<RTriangle*>& vRT,
+                                            const FanSplitter& splitter, const EdgeJoints& joints)
+    {
+        RTriangle* pRT = vRT.back();
+        vRT.pop_back();
+        const RTriangle* pFormerT = splitter.getFormerT(pRT);
+        const int ici = pRT->getICI(pRE->getVtx0(), pRE->getVtx1());
+        const RTriangle* pJoinedT = joints.getJoinedT(pFormerT->getRE(ici), pFormerT);
+        const auto pos = std::find_if(vRT.begin(), vRT.end(), [&](const RTriangle* pOtherT) {
+            return pJoinedT != nullptr && splitter.getFormerT(pOtherT) == pJoinedT;
+        });
+        if (pos == vRT.end())
+            return {pRT};
+        RTriangle* pOtherT = *pos;
+        vRT.erase(pos);
+        return {pRT, pOtherT};
+    }
+
+    // Replaces each of the triangles by two that meet at a vertex of these triangles alone.
+    void splitPair(const REdge* pRE, const std::vector<RTriangle*>& vPairT)
+    {
+        Point3* pMid = mesh.createVtxBeside(midpointOf(*pRE));
+        for (RTriangle* pRT : vPairT) {
+            const int ici = pRT->getICI(pRE->getVtx0(), pRE->getVtx1());
+            Point3* pOpp = pRT->getCorner(ici);
+            Point3* pNext = pRT->getCorner((ici + 1) % 3);
+            Point3* pPrev = pRT->getCorner((ici + 2) % 3);
+            pRT->kill(&mesh);
+            mesh.createT(pOpp, pNext, pMid);
+            mesh.createT(pOpp, pMid, pPrev);
+        }
     }
 
     // An orientation that grows from one triangle meets itself the wrong way along lines that end at the
@@ -173,7 +218,8 @@ private:
             for (const RTriangle* pRT : vRT)
                 joints.end(pRE, pRT);
         }
-        split(joints, vTwistedRE);
+        FanSplitter splitter(mesh, joints);
+        split(splitter, vTwistedRE);
         report.numTwistedRE = vTwistedRE.size();
     }
 
