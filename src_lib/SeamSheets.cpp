@@ -57,10 +57,9 @@ SeamSheets::SeamSheets(const RMesh& mesh_) : mesh(mesh_)
     vPatches.reserve(vRP.size());
     for (const auto& pPatch : vRP) {
         vPatches.emplace_back();
-        vPatches.back().parent = static_cast<Index>(vPatches.size() - 1);
-        vPatches.back().bTurned = false;
         vPatches.back().numT = pPatch->getNumAliveT();
     }
+    forest = SideForest(vPatches.size());
     vSeams.reserve(vSeamRE.size());
     for (REdge* pRE : vSeamRE)
         addSeam(pRE);
@@ -105,53 +104,32 @@ void SeamSheets::setAngles(const REdge& edge, std::vector<Slot>& vSlots)
     vSlots[0].angle = 0.0;
 }
 
-SeamSheets::Root SeamSheets::findRoot(Index patch)
-{
-    bool bTurned = false;
-    Index root = patch;
-    while (vPatches[root].parent != root) {
-        bTurned = bTurned != vPatches[root].bTurned;
-        root = vPatches[root].parent;
-    }
-    const bool bTurnedAll = bTurned;
-    while (vPatches[patch].parent != patch) { // shorten the way for the next one
-        const Index next = vPatches[patch].parent;
-        const bool bTurnedNext = vPatches[patch].bTurned;
-        vPatches[patch].parent = root;
-        vPatches[patch].bTurned = bTurned;
-        bTurned = bTurned != bTurnedNext;
-        patch = next;
-    }
-    return {root, bTurnedAll};
-}
-
 // True unless both are of one patch and would be joined against its sides.
 bool SeamSheets::fitTogether(const Slot& slot0, const Slot& slot1)
 {
-    const Root root0 = findRoot(slot0.patch);
-    const Root root1 = findRoot(slot1.patch);
+    const SideForest::Root root0 = forest.find(slot0.patch);
+    const SideForest::Root root1 = forest.find(slot1.patch);
     const bool bOpposite = slot0.bAlongEdge != slot1.bAlongEdge;
-    return root0.patch != root1.patch || bOpposite == (root0.bTurned == root1.bTurned);
+    return root0.index != root1.index || bOpposite == (root0.bTurned == root1.bTurned);
 }
 
 // Makes the patches of two triangles one. Each seam of the patch with fewer of them is counted anew, so a
 // seam is counted O(log n) times in all.
 void SeamSheets::becomeOne(const Slot& slot0, const Slot& slot1)
 {
-    Root keep = findRoot(slot0.patch);
-    Root gone = findRoot(slot1.patch);
-    if (keep.patch == gone.patch)
+    SideForest::Root keep = forest.find(slot0.patch);
+    SideForest::Root gone = forest.find(slot1.patch);
+    if (keep.index == gone.index)
         return;
-    if (vPatches[keep.patch].vSeams.size() < vPatches[gone.patch].vSeams.size())
+    if (vPatches[keep.index].vSeams.size() < vPatches[gone.index].vSeams.size())
         std::swap(keep, gone);
-    Patch& keptPatch = vPatches[keep.patch];
-    Patch& gonePatch = vPatches[gone.patch];
+    Patch& keptPatch = vPatches[keep.index];
+    Patch& gonePatch = vPatches[gone.index];
     const std::vector<Index> vMoved = std::move(gonePatch.vSeams);
     for (const Index seam : vMoved)
         addEffects(vSeams[seam], -1);
     const bool bOpposite = slot0.bAlongEdge != slot1.bAlongEdge;
-    gonePatch.parent = keep.patch;
-    gonePatch.bTurned = bOpposite != (keep.bTurned == gone.bTurned);
+    forest.attach(gone.index, keep.index, bOpposite != (keep.bTurned == gone.bTurned));
     keptPatch.numT += gonePatch.numT;
     keptPatch.effect.numSolved += gonePatch.effect.numSolved;
     keptPatch.effect.numAlone += gonePatch.effect.numAlone;
@@ -175,7 +153,7 @@ SeamSheets::Effect SeamSheets::effectAt(const Seam& seam, Index root)
     for (const Slot& slot : seam.vSlots) {
         if (slot.group != OPEN)
             continue;
-        const bool bOwn = findRoot(slot.patch).patch == root;
+        const bool bOwn = sheetOf(slot) == root;
         size_t& num = bOwn ? numOwn : numOthers;
         if (num < 2)
             (bOwn ? aOwn : aOthers)[num] = &slot;
@@ -196,7 +174,7 @@ void SeamSheets::addEffects(const Seam& seam, int sign)
     std::vector<Index> vRoots;
     for (const Slot& slot : seam.vSlots)
         if (slot.group == OPEN)
-            vRoots.push_back(findRoot(slot.patch).patch);
+            vRoots.push_back(sheetOf(slot));
     sortUnique(vRoots);
     for (const Index root : vRoots) {
         const Effect effect = effectAt(seam, root);
@@ -234,11 +212,11 @@ double SeamSheets::roughnessOf(Index root)
     size_t numTurns = 0;
     for (const Index index : vPatches[root].vSeams) {
         for (const Slot& own : vSeams[index].vSlots) {
-            if (own.group != OPEN || findRoot(own.patch).patch != root)
+            if (own.group != OPEN || sheetOf(own) != root)
                 continue;
             double minTurn = PI;
             for (const Slot& other : vSeams[index].vSlots)
-                if (other.group == OPEN && findRoot(other.patch).patch != root)
+                if (other.group == OPEN && sheetOf(other) != root)
                     minTurn = std::min(minTurn, turnBetween(own.angle, other.angle));
             sumTurns += minTurn;
             ++numTurns;
@@ -255,8 +233,8 @@ void SeamSheets::detachPatches()
         const Candidate best = queue.top();
         queue.pop();
         const Patch& patch = vPatches[best.patch];
-        const bool bStale = patch.parent != best.patch || patch.bDetached || patch.effect.numSolved == 0 ||
-                            patch.effect.numAlone > 0;
+        const bool bStale = forest.find(best.patch).index != best.patch || patch.bDetached ||
+                            patch.effect.numSolved == 0 || patch.effect.numAlone > 0;
         if (bStale)
             continue;
         if (patch.numT != best.numT || (patch.effect.numOwnEnds > 0) != best.bEnds)
@@ -286,7 +264,7 @@ void SeamSheets::detachAt(Seam& seam, Index root)
     for (Slot& slot : seam.vSlots) {
         if (slot.group != OPEN)
             continue;
-        if (findRoot(slot.patch).patch == root) {
+        if (sheetOf(slot) == root) {
             slot.group = root;
             --seam.numOpen;
         } else {
@@ -335,8 +313,7 @@ void SeamSheets::joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots)
             const bool bStrands = num % 2 == 0 && (second - first) % 2 == 0; // an odd number on each side
             if (bStrands || !fitTogether(*vpSlots[first], *vpSlots[second]))
                 continue;
-            const bool bSamePatch =
-                findRoot(vpSlots[first]->patch).patch == findRoot(vpSlots[second]->patch).patch;
+            const bool bSamePatch = sheetOf(*vpSlots[first]) == sheetOf(*vpSlots[second]);
             const double turn = turnBetween(vpSlots[first]->angle, vpSlots[second]->angle);
             vPairs.push_back({turn - (bSamePatch ? 0.5 * PI : 0.0), first, second});
         }
@@ -369,13 +346,10 @@ void SeamSheets::decide()
     joinGroups();
 }
 
-void SeamSheets::getScrapT(std::vector<RTriangle*>& vRT) const
+void SeamSheets::getScrapT(std::vector<RTriangle*>& vRT)
 {
     for (size_t i = 0; i < vPatches.size(); ++i) {
-        const Patch* pPatch = &vPatches[i];
-        while (pPatch != &vPatches[pPatch->parent])
-            pPatch = &vPatches[pPatch->parent];
-        if (!pPatch->bScrap)
+        if (!vPatches[forest.find(static_cast<Index>(i)).index].bScrap)
             continue;
         const auto& vPatchT = mesh.getPatches()[i]->getTriangles();
         std::copy_if(vPatchT.begin(), vPatchT.end(), std::back_inserter(vRT),

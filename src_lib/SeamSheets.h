@@ -1,10 +1,10 @@
-// Subsystem: real mesh. Builds on: RMesh, FanSplitter. Used by: manifoldRepair.
+// Subsystem: real mesh. Builds on: RMesh, FanSplitter, SideForest. Used by: manifoldRepair.
 // Decides which triangles stay together where more than two meet at an edge.
 #pragma once
 
 #include "FanSplitter.h"
 #include "RMesh.h"
-#include "tesk_tools/SmallVector.h"
+#include "SideForest.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -39,10 +39,10 @@ public:
     const EdgeJoints& getJoints() const { return joints; }
 
     // Appends the triangles of the scraps.
-    void getScrapT(std::vector<RTriangle*>& vRT) const;
+    void getScrapT(std::vector<RTriangle*>& vRT);
 
 private:
-    using Index = std::uint32_t;
+    using Index = SideForest::Index;
     static constexpr Index OPEN = UINT32_MAX;
 
     // A triangle at a seam.
@@ -66,8 +66,6 @@ private:
         int numOwnEnds = 0; // seams where the patch itself would end
     };
     struct Patch {
-        Index parent; // the patch that it became part of; itself if none
-        bool bTurned; // against the parent
         bool bDetached = false;
         bool bScrap = false;
         size_t numT;
@@ -81,15 +79,11 @@ private:
         Index patch;
         bool operator>(const Candidate& other) const;
     };
-    struct Root {
-        Index patch;
-        bool bTurned; // the part, against this root
-    };
 
     void addSeam(REdge* pRE);
     static void setAngles(const REdge& edge, std::vector<Slot>& vSlots);
 
-    Root findRoot(Index patch);
+    Index sheetOf(const Slot& slot) { return forest.find(slot.patch).index; }
     bool fitTogether(const Slot& slot0, const Slot& slot1);
     void addEffects(const Seam& seam, int sign);
     Effect effectAt(const Seam& seam, Index root);
@@ -108,6 +102,7 @@ private:
     std::vector<REdge*> vSeamRE;
     std::vector<Seam> vSeams; // parallel to vSeamRE
     std::vector<Patch> vPatches;
+    SideForest forest; // of patches: what has become one
     std::priority_queue<Candidate, std::vector<Candidate>, std::greater<>> queue;
     EdgeJoints joints;
 };

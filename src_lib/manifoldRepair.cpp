@@ -5,6 +5,7 @@
 #include "SeamSheets.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "twistLines.h"
 
 #include <algorithm>
 
@@ -46,27 +47,19 @@ bool isOneFan(const RMesh& mesh, const Point3* pVtx)
     return numReached == vTNumbers.size();
 }
 
-bool isTwisted(const REdge& edge)
+// Those with more than one fan. In parallel.
+std::vector<Point3*> selectBadVtx(const RMesh& mesh, const std::vector<Point3*>& vVtx)
 {
-    RTriangle* pT0 = nullptr;
-    RTriangle* pT1 = nullptr;
-    return edge.getAdjT(pT0, pT1, true) && pT0->needFlip(pT1);
-}
-
-// The elements for which f(element) holds, in their order. f is called in parallel.
-template <class T, class F>
-std::vector<T*> selectMT(const std::vector<T*>& v, F f)
-{
-    std::vector<char> vWanted(v.size(), 0);
-    forRangeMT(v.size(), [&](size_t begin, size_t end) {
+    std::vector<char> vBad(vVtx.size(), 0);
+    forRangeMT(vVtx.size(), [&](size_t begin, size_t end) {
         for (size_t i = begin; i < end; ++i)
-            vWanted[i] = f(v[i]) ? 1 : 0;
+            vBad[i] = isOneFan(mesh, vVtx[i]) ? 0 : 1;
     });
-    std::vector<T*> vSelected;
-    for (size_t i = 0; i < v.size(); ++i)
-        if (vWanted[i] != 0)
-            vSelected.push_back(v[i]);
-    return vSelected;
+    std::vector<Point3*> vBadVtx;
+    for (size_t i = 0; i < vVtx.size(); ++i)
+        if (vBad[i] != 0)
+            vBadVtx.push_back(vVtx[i]);
+    return vBadVtx;
 }
 
 // Midway between the endpoints; each half of a coordinate first, so that the sum stays finite.
@@ -109,7 +102,7 @@ private:
         mesh.getDegN(ABOVE_2, vOverfullRE);
         std::vector<Point3*> vVtx;
         mesh.getPoints(vVtx);
-        vBadVtx = selectMT(vVtx, [this](const Point3* pVtx) { return !isOneFan(mesh, pVtx); });
+        vBadVtx = selectBadVtx(mesh, vVtx);
     }
 
     // Twins would meet each other in all of their edges, and leave a pillow of two triangles.
@@ -202,14 +195,14 @@ private:
         }
     }
 
-    // An orientation that grows from one triangle meets itself the wrong way along lines that end at the
-    // border or nowhere. Cut there, both sides are fans of their own at each vertex of the line.
+    // Twisted edges form lines that end at the border or nowhere. Cut there, both sides are fans of their own
+    // at each vertex of the line.
     void cutTwists()
     {
-        if (findTwistedRE().empty())
+        if (findTwistedRE(mesh).empty())
             return;
         mesh.createPatchesOrient();
-        const std::vector<REdge*> vTwistedRE = findTwistedRE();
+        const std::vector<REdge*> vTwistedRE = orientTwisted(mesh);
         EdgeJoints joints;
         std::vector<RTriangle*> vRT;
         for (const REdge* pRE : vTwistedRE) {
@@ -221,11 +214,6 @@ private:
         FanSplitter splitter(mesh, joints);
         split(splitter, vTwistedRE);
         report.numTwistedRE = vTwistedRE.size();
-    }
-
-    std::vector<REdge*> findTwistedRE() const
-    {
-        return selectMT(mesh.getAllRE(), [](const REdge* pRE) { return isTwisted(*pRE); });
     }
 
     RMesh& mesh;

@@ -1,0 +1,60 @@
+// Subsystem: real mesh. Builds on: the standard library. Used by: SeamSheets, twistLines.
+// Groups of things with two sides, that grow by joining.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+// A forest of parents (union-find) in which each element also knows whether it is turned against the root of
+// its group. Elements are 0 to n - 1, each alone at first. A find shortens its way: O(log n) on the average.
+class SideForest
+{
+public:
+    using Index = std::uint32_t;
+    struct Root {
+        Index index;
+        bool bTurned; // the element, against this root
+    };
+
+    explicit SideForest(size_t n = 0) : vParent(n), vTurned(n, 0)
+    {
+        std::iota(vParent.begin(), vParent.end(), Index(0));
+    }
+
+    Root find(Index element)
+    {
+        Root root{element, false};
+        while (vParent[root.index] != root.index) {
+            root.bTurned = root.bTurned != (vTurned[root.index] != 0);
+            root.index = vParent[root.index];
+        }
+        bool bTurned = root.bTurned; // of the element at hand
+        while (vParent[element] != element) {
+            const bool bTurnedNext = bTurned != (vTurned[element] != 0);
+            vTurned[element] = bTurned ? 1 : 0;
+            bTurned = bTurnedNext;
+            element = std::exchange(vParent[element], root.index);
+        }
+        return root;
+    }
+
+    // Puts the group of rootGone under rootKept; bTurned: one root against the other. Both must be roots, and
+    // differ.
+    void attach(Index rootGone, Index rootKept, bool bTurned)
+    {
+        vParent[rootGone] = rootKept;
+        vTurned[rootGone] = bTurned ? 1 : 0;
+    }
+
+private:
+    std::vector<Index> vParent;
+    std::vector<char> vTurned; // against the parent
+};
+
+} // namespace TESK_ZAN

@@ -1,0 +1,23 @@
+// Subsystem: real mesh. Builds on: RMesh, SideForest. Used by: manifoldRepair.
+// Orients what has no orientation, with as little disagreement as is easily found.
+#pragma once
+
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class REdge;
+class RMesh;
+
+// The edges over which two triangles disagree, by number: both run through them in the same direction. Edges
+// of another degree don't count.
+std::vector<REdge*> findTwistedRE(const RMesh& mesh);
+
+// Orients each component anew that has a twisted edge, and returns those that are left. Triangles are joined
+// over the flattest edges first, so what does not fit is found where the surface is folded most, and not
+// somewhere far behind a small tangle; then single triangles that disagree with two neighbours are turned.
+// Needs fresh patches. O(n log n) in the triangles of the components with a twist.
+std::vector<REdge*> orientTwisted(RMesh& mesh);
+
+} // namespace TESK_ZAN
