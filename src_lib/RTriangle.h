@@ -71,8 +71,8 @@ public:
     Vector3 getNNV(bool& bOK);
     void resetNNV() { nnv.reset(); } // call whenever a corner has moved
 
-    // Stores what getNNV would give, but never writes a message: for several threads, each on triangles of its
-    // own.
+    // Stores what getNNV would give, but never writes a message: for several threads, each on triangles of
+    // its own.
     void fillNNV();
 
     // What has been stored: the null vector before the first call of these, and where there is no normal.
