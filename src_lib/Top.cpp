@@ -111,9 +111,9 @@ void Top::finishOriented()
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("TP_fin", 3);
     killTinyBorderPatches(MAX_TINY_T_LAST);
     pProgress->tick();
-    orientPatches();
+    killAtDeg3(false); // the other edges of degree 3 are left for the real mesh, where sheets can be parted
     pProgress->tick();
-    killAtDeg3();
+    orientPatches();
     pProgress->tick();
     pProgress->finish(true);
 }

@@ -80,9 +80,11 @@ public:
     // Kills triangles with a border edge among those that the rotations of configuration 27 made. On no road.
     void pruneCases();
 
-    // Last resort at the edges of degree 3: kills a triangle, or one with its neighbour, that is loose
-    // elsewhere. Edges where nothing is loose stay.
-    void killAtDeg3();
+    // Last resort at the edges of degree 3: kills a triangle that hangs on no regular edge there. With
+    // bMayOpen also one with a single regular edge, one with a loose neighbour, and what deleteAroundEvilDeg3
+    // finds: fewer edges of degree 3 stay, but holes open, and sheets hang together afterwards that have no
+    // common orientation. The smallest triangles first.
+    void killAtDeg3(bool bMayOpen);
 
     // For an edge of degree 3: kills the first of its triangles that has a border edge, appends the edges
     // then left at the end that the two edges share, and returns true. False if there is no such triangle.

@@ -150,29 +150,44 @@ CTriangle* getLooseNeighbour(const CTriangle* pCT)
     return nullptr;
 }
 
-// Kills the smallest of the triangles that is loose on its other edges, or the smallest that has a loose
-// neighbour, together with it.
-bool killLooseAtDeg3(CMesh* pMesh, const CEdge* pCE)
+void sortBySize(const CMesh* pMesh, std::vector<CTriangle*>& vCT)
+{
+    std::vector<std::pair<double, CTriangle*>> vArea2CT;
+    for (CTriangle* pCT : vCT)
+        vArea2CT.emplace_back(pCT->getArea(pMesh), pCT);
+    std::sort(vArea2CT.begin(), vArea2CT.end(), [](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first < b.first : lessByNumber(a.second, b.second);
+    });
+    for (std::size_t i = 0; i < vCT.size(); ++i)
+        vCT[i] = vArea2CT[i].second;
+}
+
+// The edge has degree 3. Kills the smallest of its triangles that has at most maxRegular regular edges.
+bool killLooseAtDeg3(CMesh* pMesh, const CEdge* pCE, int maxRegular)
 {
     std::vector<CTriangle*> vCT;
     pCE->getTriangles(vCT);
-    std::sort(vCT.begin(), vCT.end(),
-              [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
-    std::stable_sort(vCT.begin(), vCT.end(), [pMesh](const CTriangle* a, const CTriangle* b) {
-        return a->getArea(pMesh) < b->getArea(pMesh);
-    });
+    sortBySize(pMesh, vCT);
     for (CTriangle* pCT : vCT)
-        if (numEdgesOfDegree(pCT, 2) < 2) { // of its two others: pCE itself has degree 3
+        if (numEdgesOfDegree(pCT, 2) <= maxRegular) {
             pCT->kill(pMesh);
             return true;
         }
+    return false;
+}
+
+// The edge has degree 3. Kills the smallest of its triangles that has a loose neighbour, with this.
+void killWithNeighbourAtDeg3(CMesh* pMesh, const CEdge* pCE)
+{
+    std::vector<CTriangle*> vCT;
+    pCE->getTriangles(vCT);
+    sortBySize(pMesh, vCT);
     for (CTriangle* pCT : vCT)
         if (CTriangle* pNeig = getLooseNeighbour(pCT)) {
             pCT->kill(pMesh);
             pNeig->kill(pMesh);
-            return true;
+            return;
         }
-    return false;
 }
 
 } // namespace
@@ -302,7 +317,7 @@ void Top::pruneCases()
                 pCT->kill(pMesh);
 }
 
-void Top::killAtDeg3()
+void Top::killAtDeg3(bool bMayOpen)
 {
     std::vector<CEdge*> vDeg3, vEvilDeg3;
     pMesh->getDegN(3, vDeg3);
@@ -313,11 +328,12 @@ void Top::killAtDeg3()
         return bEvil;
     });
     for (const CEdge* pCE : vDeg3)
-        if (pCE->getDegree() == 3)
-            killLooseAtDeg3(pMesh, pCE);
+        if (pCE->getDegree() == 3 && !killLooseAtDeg3(pMesh, pCE, bMayOpen ? 1 : 0) && bMayOpen)
+            killWithNeighbourAtDeg3(pMesh, pCE);
     std::vector<CEdge*> vIncBorderCE;
-    for (CEdge* pCE : vEvilDeg3)
-        deleteAroundEvilDeg3(pCE, vIncBorderCE);
+    if (bMayOpen)
+        for (CEdge* pCE : vEvilDeg3)
+            deleteAroundEvilDeg3(pCE, vIncBorderCE);
 }
 
 bool Top::deleteAroundEvilDeg3(CEdge* pCE, std::vector<CEdge*>& vIncBorderCE)
