@@ -3,7 +3,9 @@
 #include "HeldMessages.h"
 #include "OutputFile.h"
 #include "ProgressBar.h"
+#include "Stopwatch.h"
 #include "commands.h"
+#include "finishing.h"
 #include "inputFiles.h"
 #include "report.h"
 
@@ -11,7 +13,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -32,29 +33,15 @@ struct Options {
     double spacingFactor = 1.0;
     int fill = DEFAULT_FILL;
     int numThreads = 0; // all that the hardware has
+    FinishingOptions finishing;
     bool bAscii = false;
     bool bQuiet = false;
-};
-
-// Seconds since the last call, or since it was made.
-class Stopwatch
-{
-public:
-    double lap()
-    {
-        const auto now = std::chrono::steady_clock::now();
-        const std::chrono::duration<double> passed = now - last;
-        last = now;
-        return passed.count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
 };
 
 struct Seconds {
     double reading = 0.0;
     double reconstruction = 0.0;
+    double finishing = 0.0;
     double writing = 0.0;
 };
 
@@ -74,9 +61,6 @@ void checkHoldsMesh(const std::string& name)
 
 std::shared_ptr<Mesh> reconstruct(const Options& options, std::vector<Point3>& vPoints)
 {
-    std::optional<ProgressBar> bar;
-    if (!options.bQuiet)
-        bar.emplace();
     setGlobalNumCPU(options.numThreads);
     std::shared_ptr<Mesh> pMesh = options.spacing
                                       ? reconstruct_abs(vPoints, *options.spacing, options.fill)
@@ -99,17 +83,22 @@ void write(const Options& options, const std::shared_ptr<Mesh>& pMesh, OutputFil
     output.commit();
 }
 
-void report(const Options& options, std::size_t numPoints, const Mesh& mesh, const Seconds& seconds)
+// finished: a line for each step after the reconstruction.
+void report(const Options& options, std::size_t numPoints, const Mesh& mesh, const ReportLines& finished,
+            const Seconds& seconds)
 {
     reportLine("points", numPoints);
     if (!options.spacing)
         reportLine("detected spacing", number(mesh.getCellSize() / options.spacingFactor, 6));
     reportLine("cell size", number(mesh.getCellSize(), 6));
+    for (const auto& [label, value] : finished)
+        reportLine(label, value);
     reportLine("triangles", mesh.getNumT());
-    reportLine("time", secondsText(seconds.reading + seconds.reconstruction + seconds.writing) +
-                           " (reading " + secondsText(seconds.reading) + ", reconstruction " +
-                           secondsText(seconds.reconstruction) + ", writing " + secondsText(seconds.writing) +
-                           ")");
+    const double total = seconds.reading + seconds.reconstruction + seconds.finishing + seconds.writing;
+    reportLine("time", secondsText(total) + " (reading " + secondsText(seconds.reading) +
+                           ", reconstruction " + secondsText(seconds.reconstruction) +
+                           (finished.empty() ? "" : ", finishing " + secondsText(seconds.finishing)) +
+                           ", writing " + secondsText(seconds.writing) + ")");
     reportLine("peak memory", megabytesText(peakMemory()));
     reportLine("written to", options.out);
 }
@@ -126,15 +115,21 @@ void run(const Options& options)
     Stopwatch watch;
     std::vector<Point3> vPoints = readCloud(options.in);
     seconds.reading = watch.lap();
+    std::optional<ProgressBar> bar;
+    if (!options.bQuiet)
+        bar.emplace();
     const std::shared_ptr<Mesh> pMesh = reconstruct(options, vPoints);
     seconds.reconstruction = watch.lap();
+    const ReportLines finished = finishMesh(options.finishing, pMesh);
+    seconds.finishing = watch.lap();
+    bar.reset();
     write(options, pMesh, output);
     seconds.writing = watch.lap();
 
     if (held)
         held->drop();
     else
-        report(options, vPoints.size(), *pMesh, seconds);
+        report(options, vPoints.size(), *pMesh, finished, seconds);
 }
 
 // CLI11's own range checks let NaN through.
@@ -171,6 +166,7 @@ void addReconstruct(CLI::App& program)
     pCommand->add_option("--fill", pOptions->fill, "Largest gap to bridge, in cells; 0 bridges none")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
+    addFinishingOptions(*pCommand, pOptions->finishing);
     pCommand->add_option("--threads", pOptions->numThreads, "Worker threads; 0: as many as the hardware has")
         ->check(CLI::Range(0, 1024))
         ->capture_default_str();
