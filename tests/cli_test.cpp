@@ -124,7 +124,7 @@ TEST_F(Cli, FinishingStepsAreTakenAndReported)
     EXPECT_EQ(valueOf("smoothed", outcome.out).rfind("2 rounds", 0), 0U);
     size_t last = 0; // in the order in which they are taken, whatever order they are asked for in
     for (const char* label : {"annealed", "smoothed", "reduced by", "contrast spread", "triangles"}) {
-        const size_t pos = outcome.out.find(label);
+        const size_t pos = outcome.out.find("\n" + std::string(label));
         ASSERT_NE(pos, std::string::npos) << label;
         EXPECT_GE(pos, last) << label;
         last = pos;
