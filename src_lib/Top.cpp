@@ -37,21 +37,19 @@ Top::~Top() = default;
 void Top::runReconstruct(Voro* pVoro)
 {
     settleSquares();
-    solvePatchPairs(true); // what it kills comes back, but no rim of a double sheet makes new cells
-    cbsComplete(pVoro);
-    killDegenerate();
-    integrateBorders();
-    solvePatchPairs(false);
-    while (killMembranes())
-        solvePatchPairs(false);
-    finishOriented();
+    decideSheets(pVoro);
 }
 
 void Top::runInHole(Voro* pVoro)
 {
     unifyDiagonals();
     killDegenerate();
-    solvePatchPairs(true);
+    decideSheets(pVoro);
+}
+
+void Top::decideSheets(Voro* pVoro)
+{
+    solvePatchPairs(true); // what it kills comes back, but no rim of a double sheet makes new cells
     cbsComplete(pVoro);
     killDegenerate();
     integrateBorders();

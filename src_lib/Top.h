@@ -178,6 +178,7 @@ private:
     };
 
     void settleSquares();
+    void decideSheets(Voro* pVoro);
     void solvePatchPairs(bool bFirst);
     void integrateBorders();
     void finishOriented();
