@@ -24,6 +24,17 @@ int firstSize(std::size_t numExpected, int numLeast)
     return std::max(int(std::min(numExpected, MAX_FIRST)), numLeast);
 }
 
+// A pool with all slots free. One that is large enough for half of the records is kept: its pages have been
+// touched already.
+template <class T>
+void prepare(std::optional<TESK_TOOLS::SimplePool<T>>& oPool, int firstSize)
+{
+    if (oPool && oPool->getBlockSizes().front() >= firstSize / 2)
+        oPool->restart();
+    else
+        oPool.emplace(firstSize, -1);
+}
+
 bool degreeFits(int degree, int deg)
 {
     if (deg == -1)
@@ -41,9 +52,11 @@ CMesh::CMesh(Voro* pVoroGiven, const Calc* pCalcGiven, std::map<u64, Bundle*>* p
              const std::vector<u64>& vZeroCCDGiven)
     : pVoro(pVoroGiven), pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), vZeroCCD(vZeroCCDGiven)
 {
-    vertices.reserve(pCCDBundle->size());
+    std::vector<CVertex> vVertices;
+    vVertices.reserve(pCCDBundle->size());
     for (const auto& [ccd, pBundle] : *pCCDBundle)
-        vertices[vertices.findOrAdd(ccd)].pBundle = pBundle;
+        vVertices.push_back({ccd, pBundle, VertexTable::NONE, 0});
+    vertices.setSorted(std::move(vVertices));
     reserve(0);
 }
 
@@ -73,8 +86,8 @@ void CMesh::reserve(std::size_t numVertices)
     // Euler, for any closed surface, and what thick places add; room that stays unused is never touched
     const std::size_t spare = numVertices / 8;
     const std::size_t numT = 2 * numVertices + spare, numE = 3 * numVertices + spare;
-    oTrianglePool.emplace(firstSize(numT, FIRST_TRIANGLES), -1);
-    oEdgePool.emplace(firstSize(numE, FIRST_EDGES), -1);
+    prepare(oTrianglePool, firstSize(numT, FIRST_TRIANGLES));
+    prepare(oEdgePool, firstSize(numE, FIRST_EDGES));
     vMeshT.reserve(numT);
     vMeshE.reserve(numE);
     vertices.reserve(numVertices);
@@ -98,6 +111,17 @@ void CMesh::clear()
     for (CVertex& vertex : vertices.getAll())
         vertex.numEdges = 0;
     reserve(0);
+}
+
+void CMesh::releaseEdges()
+{
+    clearPatches();
+    destroyEdges();
+    vMeshE = {};
+    mDeadEdges = {};
+    for (CVertex& vertex : vertices.getAll())
+        vertex.numEdges = 0;
+    oEdgePool.reset();
 }
 
 CTriangle* CMesh::createT(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg)

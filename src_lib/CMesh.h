@@ -72,8 +72,13 @@ public:
     // A hint that the mesh will have about this many vertices. To be called while the mesh is empty.
     void reserve(std::size_t numVertices);
 
-    // Removes all patches, triangles and edges and gives their memory back. Bundles stay.
+    // Removes all triangles, edges and patches. Their memory stays with the mesh, for the next ones. Bundles
+    // stay.
     void clear();
+
+    // Gives the memory of edges and patches back, most of what a mesh holds, for a last reader that walks
+    // over getT and asks for corners. After this nothing else about edges or patches may be asked.
+    void releaseEdges();
 
     // Makes a triangle with this orientation, and its edges where they are missing. The corners must differ.
     // A triangle on the same corners is not looked for. O(least number of edges at two of the corners).

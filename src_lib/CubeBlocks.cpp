@@ -5,7 +5,6 @@
 #include "zanAssert.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace TESK_ZAN
 {
@@ -68,20 +67,16 @@ u64 lookDown(u64 own, u64 below, const Axis& axis)
 void CubeBlocks::build(const std::vector<u64>& vCCD_srt, int numLevels)
 {
     const u64 levelMask = (u64{1} << (3 * numLevels)) - 1;
-    zanAssert(vCCD_srt.size() <= std::numeric_limits<std::uint32_t>::max());
-    vBlocks.clear();
+    cells.clear();
     vKeyBlocks.clear();
-    std::uint32_t rank = 0;
     for (const u64 ccd : vCCD_srt) {
         for (const Axis& axis : AXES)
             if ((ccd & axis.codeMask & levelMask) == (axis.codeMask & levelMask)) [[unlikely]]
                 zanFail();
-        if (vBlocks.empty() || vBlocks.back().code != ccd >> 6)
-            vBlocks.push_back({ccd >> 6, 0, rank});
-        vBlocks.back().bits |= u64{1} << (ccd & 63);
-        ++rank;
+        cells.append(ccd);
     }
-    for (const Block& block : vBlocks)
+    cells.makeIndex();
+    for (const Block& block : cells.getBlocks())
         addKeyBlocks(block);
     sortMT(vKeyBlocks.begin(), vKeyBlocks.end());
     vKeyBlocks.erase(std::unique(vKeyBlocks.begin(), vKeyBlocks.end()), vKeyBlocks.end());
@@ -104,13 +99,6 @@ void CubeBlocks::addKeyBlocks(const Block& block)
     }
 }
 
-const CubeBlocks::Block* CubeBlocks::findBlock(u64 blockCode) const
-{
-    const auto q_it = std::lower_bound(vBlocks.begin(), vBlocks.end(), blockCode,
-                                       [](const Block& block, u64 code) { return block.code < code; });
-    return q_it != vBlocks.end() && q_it->code == blockCode ? &*q_it : nullptr;
-}
-
 CubeBlocks::BlocksBelow CubeBlocks::findBlocksBelow(u64 keyBlock) const
 {
     BlocksBelow below{};
@@ -119,7 +107,7 @@ CubeBlocks::BlocksBelow CubeBlocks::findBlocksBelow(u64 keyBlock) const
         for (const Axis& axis : AXES)
             if (d & (axis.codeMask & 7))
                 code = stepDown(code, axis); // below 0 this wraps to a coordinate beyond all blocks
-        below[d] = findBlock(code);
+        below[d] = cells.findBlock(code);
     }
     return below;
 }

@@ -1,8 +1,9 @@
-// Subsystem: mesh on codes. Builds on: definitions. Used by: Voro.
+// Subsystem: mesh on codes. Builds on: RankedCells. Used by: Voro.
 // A set of cells as blocks of bits, and the configurations of all cubes that touch it, in order of their
 // keys.
 #pragma once
 
+#include "RankedCells.h"
 #include "definitions.h"
 
 #include <array>
@@ -14,16 +15,11 @@
 namespace TESK_ZAN
 {
 
-// Holds 4x4x4 cells in one word; a sheet of cells takes about 2.5 bytes a cell where a list of (cube, cell)
-// pairs takes 128. Bit i of a block is the cell whose six low code bits are i, so blocks and bits both ascend
-// with the codes. Immutable between calls of build.
+// Looks at the cells by blocks of 4x4x4: about 4 bytes a cell of a sheet, where a list of (cube, cell) pairs
+// takes 128. Immutable between calls of build.
 class CubeBlocks
 {
-    struct Block {
-        u64 code; // the codes of the cells, without the six low bits
-        u64 bits;
-        std::uint32_t firstRank; // number of cells in all blocks before
-    };
+    using Block = RankedCells::Block;
 
     // The blocks round a block of keys, null where there is none. Entry d lies d (a sum of tribits) below.
     using BlocksBelow = std::array<const Block*, 8>;
@@ -58,7 +54,7 @@ public:
     template <class F>
     void forEachCubeWithMembers(F f) const;
 
-    // The configuration of the cube with this key, 0 if none of its cells is occupied. O(log cells).
+    // The configuration of the cube with this key, 0 if none of its cells is occupied. O(1).
     int getConfig(u64 key) const;
 
 private:
@@ -69,12 +65,11 @@ private:
     // For each member of a cube the axes on which it lies one cell below the key, as a sum of tribits.
     static constexpr std::array<std::size_t, 8> MEMBER_AXES = {6, 2, 3, 7, 4, 0, 1, 5};
 
-    const Block* findBlock(u64 blockCode) const; // null where there is none
     void addKeyBlocks(const Block& block);
     BlocksBelow findBlocksBelow(u64 keyBlock) const;
     static MemberWords collectMembers(const BlocksBelow& below);
 
-    std::vector<Block> vBlocks;  // ascending
+    RankedCells cells;
     std::vector<u64> vKeyBlocks; // ascending: the blocks in which keys of touched cubes lie
 };
 
@@ -107,9 +102,7 @@ void CubeBlocks::forEachCubeWithMembers(F f) const
 inline std::uint32_t CubeBlocks::Members::getRank(std::size_t bit, u64 ccd) const
 {
     const std::size_t atBottom = ~(place | place >> 3) & 7;
-    const Block* pBlock = below[MEMBER_AXES[bit] & atBottom];
-    const u64 before = pBlock->bits & ((u64{1} << (ccd & 63)) - 1);
-    return pBlock->firstRank + std::uint32_t(std::popcount(before));
+    return below[MEMBER_AXES[bit] & atBottom]->getRank(ccd);
 }
 
 } // namespace TESK_ZAN

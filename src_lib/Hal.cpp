@@ -80,10 +80,14 @@ void Hal::extractSurface()
 }
 
 // The surface on real coordinates, without twins, consistently oriented, without needles and caps.
-std::unique_ptr<RMesh> Hal::takeOverToRealMesh() const
+std::unique_ptr<RMesh> Hal::takeOverToRealMesh()
 {
     const StageTimer stage("RM_take");
+    getCMesh()->releaseEdges(); // two whole meshes side by side would be the peak of the run
     auto pRMesh = std::make_unique<RMesh>(getCMesh());
+    pCMesh.reset();
+    mCCDBundle.clear();
+    vBundles = {};
     RTop(pRMesh.get()).run();
     return pRMesh;
 }

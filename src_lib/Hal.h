@@ -31,13 +31,14 @@ public:
     // All stages of a reconstruction. Null, after an error message, when the input came to no bundle.
     std::shared_ptr<Mesh> reconstruct();
 
-    // The combinatorial mesh of the run; a failed condition before there is one.
+    // The combinatorial mesh of the run; a failed condition before there is one, and after the real mesh has
+    // taken it over.
     CMesh* getCMesh() const;
 
 private:
     bool takeBundles();
     void extractSurface();
-    std::unique_ptr<RMesh> takeOverToRealMesh() const;
+    std::unique_ptr<RMesh> takeOverToRealMesh();
     static void finish(RMesh& mesh);
 
     CloudMgr* pCldMgr;     // not owned

@@ -60,9 +60,9 @@ public:
     // --- RMesh_takeover.cpp ---
 
     // One vertex for each bundle, by ascending code, colour included; then the alive triangles in their order
-    // and with their orientation. The CMesh is only read. Each corner must have a bundle. Two bundles at one
-    // position both get a vertex: the later one moves by the smallest representable step, so that positions
-    // stay unique.
+    // and with their orientation. The CMesh is only read. Its edges are not asked. Each corner must have a
+    // bundle. Two bundles at one position both get a vertex: the later one moves by the smallest
+    // representable step, so that positions stay unique.
     explicit RMesh(CMesh* pCMesh);
 
     // A new vertex with the colour of p, at its position if that is free, else as few smallest representable

@@ -77,11 +77,9 @@ void moveBySmallestStep(Point3& p)
 
 } // namespace
 
-// Dead triangles and edges are counted too: room that stays unused costs nothing, to look at all of them
-// does.
+// Dead triangles are counted too: room that stays unused costs nothing, to look at all of them does.
 RMesh::RMesh(CMesh* pCMesh)
-    : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), pCMesh->getT().size(),
-            pCMesh->getE().size())
+    : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), pCMesh->getT().size())
 {
     const StageTimer stage("RM_takeover");
     std::vector<u64> vCCD; // of the vertices, by number

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace TESK_ZAN
 {
@@ -22,10 +23,22 @@ std::size_t homeSlot(u64 ccd, std::size_t mask)
 
 } // namespace
 
+void VertexTable::setSorted(std::vector<CVertex> vVertices_srt)
+{
+    zanAssert(vVertices.empty());
+    vVertices = std::move(vVertices_srt);
+    for (const CVertex& vertex : vVertices)
+        first.append(vertex.ccd);
+    first.makeIndex();
+}
+
 void VertexTable::reserve(std::size_t n)
 {
+    if (n <= vVertices.size())
+        return;
     vVertices.reserve(n);
-    const std::size_t capacity = std::bit_ceil(std::max(n + n / 2, MIN_CAPACITY));
+    const std::size_t numLater = n - first.size();
+    const std::size_t capacity = std::bit_ceil(std::max(numLater + numLater / 2, MIN_CAPACITY));
     if (capacity > vSlots.size())
         rehash(capacity);
 }
@@ -42,12 +55,17 @@ std::size_t VertexTable::probe(u64 ccd) const
 
 std::uint32_t VertexTable::find(u64 ccd) const
 {
-    return vSlots.empty() ? NONE : vSlots[probe(ccd)];
+    const std::uint32_t number = first.find(ccd);
+    return number != NONE || vSlots.empty() ? number : vSlots[probe(ccd)];
 }
 
 std::uint32_t VertexTable::findOrAdd(u64 ccd)
 {
-    if (3 * (vVertices.size() + 1) > 2 * vSlots.size()) // at most two thirds full
+    const std::uint32_t number = first.find(ccd);
+    if (number != NONE)
+        return number;
+    const std::size_t numLater = vVertices.size() - first.size();
+    if (3 * (numLater + 1) > 2 * vSlots.size()) // at most two thirds full
         rehash(std::max(2 * vSlots.size(), MIN_CAPACITY));
     const std::size_t slot = probe(ccd);
     if (vSlots[slot] == NONE) {
@@ -61,7 +79,7 @@ std::uint32_t VertexTable::findOrAdd(u64 ccd)
 void VertexTable::rehash(std::size_t newCapacity)
 {
     vSlots.assign(newCapacity, NONE);
-    for (std::size_t i = 0; i < vVertices.size(); ++i)
+    for (std::size_t i = first.size(); i < vVertices.size(); ++i)
         vSlots[probe(vVertices[i].ccd)] = std::uint32_t(i);
 }
 

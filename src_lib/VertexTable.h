@@ -1,7 +1,8 @@
-// Subsystem: mesh on codes. Builds on: definitions, mixBits. Used by: CMesh.
+// Subsystem: mesh on codes. Builds on: RankedCells, mixBits. Used by: CMesh.
 // The vertices of a CMesh: dense records in order of arrival, and a flat index from code to record.
 #pragma once
 
+#include "RankedCells.h"
 #include "definitions.h"
 
 #include <cstddef>
@@ -21,14 +22,17 @@ struct CVertex {
     std::uint32_t numEdges;  // length of the chain
 };
 
-// Records are never removed singly. The index holds record numbers only, since the codes stand in the
-// records: 6 to 11 bytes a vertex where a map of its own would take 40. Cells of one 2x2x2 block share a home
-// line of the index, so that walks along the codes, as the extraction makes them, find their vertices in the
-// cache. A reference is valid until the next add or reserve; numbers stay.
+// Records are never removed singly. Those that came sorted at the start are found by their rank, without a
+// look at a record. For later ones an index holds record numbers only, since the codes stand in the records:
+// 6 to 11 bytes a vertex where a map of its own would take 40. A reference is valid until the next add or
+// reserve; numbers stay.
 class VertexTable
 {
 public:
-    static constexpr std::uint32_t NONE = 0xffffffff;
+    static constexpr std::uint32_t NONE = RankedCells::NONE;
+
+    // Takes the vertices over, which ascend by code. The table must be empty.
+    void setSorted(std::vector<CVertex> vVertices_srt);
 
     // Makes room for n vertices in all.
     void reserve(std::size_t n);
@@ -51,7 +55,8 @@ private:
     void rehash(std::size_t newCapacity);
 
     std::vector<CVertex> vVertices;
-    std::vector<std::uint32_t> vSlots; // record numbers or NONE; the size is 0 or a power of two
+    RankedCells first;                 // the codes that came sorted: rank is record number
+    std::vector<std::uint32_t> vSlots; // later record numbers or NONE; the size is 0 or a power of two
 };
 
 } // namespace TESK_ZAN

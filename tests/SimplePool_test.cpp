@@ -91,6 +91,20 @@ TEST(SimplePool, SlotsOfOneBlockAscendInCreationOrder)
     }
 }
 
+TEST(SimplePool, RestartHandsTheFirstBlockOutAgainAndGrowsAsAtFirst)
+{
+    SimplePool<Record<48>> pool(100, -1);
+    const Record<48>* pFirst = pool.newObject();
+    for (int i = 1; i < 400; ++i)
+        pool.newObject();
+    pool.restart();
+    EXPECT_EQ(pool.getBlockSizes(), (std::vector{100}));
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(pool.newObject(), pFirst + i);
+    pool.newObject();
+    EXPECT_EQ(pool.getBlockSizes(), (std::vector{100, 50}));
+}
+
 TEST(SimplePool, OverAlignedRecordsAreAligned)
 {
     struct alignas(128) Line {

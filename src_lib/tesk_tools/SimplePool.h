@@ -49,6 +49,10 @@ public:
         return pBlock + index;
     }
 
+    // All slots are free again, for an owner that has destroyed its records. The first block is kept and used
+    // from its start, the others are given back. The pool must be initialized.
+    void restart();
+
     bool isInitialized() const { return bInitialized; }
 
     // The element counts of all blocks, in order of allocation.
@@ -100,6 +104,19 @@ void SimplePool<T>::init(int firstSize_, int increase_)
     increase = increase_ == 0 ? -1 : increase_; // a block of no elements could hold nothing
     allocBlock(firstSize);
     bInitialized = true;
+}
+
+template <class T>
+void SimplePool<T>::restart()
+{
+    zanAssertText(bInitialized, "initialized");
+    for (std::size_t i = 1; i < vBlocks.size(); ++i)
+        std::free(vBlocks[i]);
+    vBlocks.resize(1);
+    vSizes.resize(1);
+    pBlock = vBlocks.front();
+    size = vSizes.front();
+    index = -1;
 }
 
 template <class T>
