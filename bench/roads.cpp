@@ -1,10 +1,18 @@
-// Runs a whole road on a generated cloud and prints what it cost as one line of JSON.
+// Runs a whole road on a cloud and prints what it cost as one line of JSON.
 //
-//   roads N [--fill CELLS] [--threads T]
+//   roads N [options]             on a generated cloud
+//   roads --cloud FILE [options]  on a cloud of points from a file
 //
-// The cloud is a closed bumpy surface of N points, even up to a little noise, the same for equal N. The
-// seconds of the stages lie inside each other where stages do.
+//   --fill CELLS     the largest gap to bridge, 2 if not given
+//   --threads T      worker threads, all that the hardware has if not given
+//   --out FILE       writes the mesh
+//   --quality 1      adds how the triangles hang together
+//   --save FILE      writes the cloud and does nothing else
+//
+// The generated cloud is a closed bumpy surface of N points, even up to a little noise, the same for equal N.
+// The seconds of the stages lie inside each other where stages do.
 #include "random.h"
+#include "roadReport.h"
 #include "stageTrace.h"
 #include "zan_api_functions.h"
 
@@ -19,34 +27,57 @@
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
 using namespace TESK_ZAN;
 
 namespace
 {
 
 struct Options {
-    std::size_t numPoints = 0;
+    std::size_t numPoints = 0; // 0: from the file
+    std::string cloud;
+    std::string out;
+    std::string save;
     int fill = 2;
-    int numThreads = 0; // all that the hardware has
+    int numThreads = 0;
+    bool bQuality = false;
 };
+
+void setOption(Options& options, const std::string& name, const std::string& value)
+{
+    if (name == "--cloud")
+        options.cloud = value;
+    else if (name == "--out")
+        options.out = value;
+    else if (name == "--save")
+        options.save = value;
+    else if (name == "--fill")
+        options.fill = std::stoi(value);
+    else if (name == "--threads")
+        options.numThreads = std::stoi(value);
+    else if (name == "--quality")
+        options.bQuality = std::stoi(value) != 0;
+    else
+        throw std::invalid_argument("unknown option " + name);
+}
 
 Options parse(int argc, char** argv)
 {
     Options options;
-    if (argc < 2)
-        throw std::invalid_argument("no number of points");
-    const double num = std::stod(argv[1]); // 1e6 is welcome
-    if (!(num >= 1.0 && num <= 1e9))
-        throw std::invalid_argument("the number of points must be from 1 to 1e9");
-    options.numPoints = static_cast<std::size_t>(num);
-    for (int i = 2; i + 1 < argc; i += 2) {
-        const std::string name = argv[i];
-        if (name != "--fill" && name != "--threads")
-            throw std::invalid_argument("unknown option " + name);
-        (name == "--fill" ? options.fill : options.numThreads) = std::stoi(argv[i + 1]);
+    int first = 1;
+    if (argc > 1 && argv[1][0] != '-') {
+        const double num = std::stod(argv[1]); // 1e6 is welcome
+        if (!(num >= 1.0 && num <= 1e9))
+            throw std::invalid_argument("the number of points must be from 1 to 1e9");
+        options.numPoints = static_cast<std::size_t>(num);
+        first = 2;
     }
+    for (int i = first; i < argc; i += 2) {
+        if (i + 1 == argc)
+            throw std::invalid_argument(std::string("no value for ") + argv[i]);
+        setOption(options, argv[i], argv[i + 1]);
+    }
+    if ((options.numPoints == 0) == options.cloud.empty())
+        throw std::invalid_argument("either a number of points or a cloud");
     return options;
 }
 
@@ -74,11 +105,15 @@ std::vector<Point3> bumpySurface(std::size_t numPoints)
     return vPoints;
 }
 
-double peakBytes()
+std::vector<Point3> makeCloud(const Options& options)
 {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<double>(usage.ru_maxrss) * 1024.0; // Linux counts in units of 1024 bytes
+    if (options.cloud.empty())
+        return bumpySurface(options.numPoints);
+    std::string name = options.cloud;
+    std::vector<Point3> vPoints;
+    if (!readPoints_auto(name, vPoints))
+        throw std::runtime_error("cannot read " + name);
+    return vPoints;
 }
 
 // One record a name, in the order in which the names first came: a stage may run more than once.
@@ -96,29 +131,45 @@ std::vector<StageRecord> sumByName(const std::vector<StageRecord>& vStages)
     return vSums;
 }
 
-void printJson(const Options& options, const Mesh& mesh, const std::vector<StageRecord>& vStages,
-               double seconds)
+MeshQuality meshQuality(const Mesh& mesh)
 {
-    const double num = static_cast<double>(options.numPoints);
-    const double bytes = peakBytes();
-    std::cout << "{\"points\": " << options.numPoints << ", \"triangles\": " << mesh.getNumT()
+    std::vector<Point3*> vVertices;
+    std::vector<int> vIndices;
+    mesh.getVertexIndexData(vVertices, vIndices);
+    return qualityOf(vVertices.size(), std::vector<std::uint32_t>(vIndices.begin(), vIndices.end()));
+}
+
+void printJson(const Options& options, std::size_t numPoints, const Mesh& mesh,
+               const std::vector<StageRecord>& vStages, double seconds)
+{
+    const double bytes = peakBytes(); // before the quality asks for more
+    std::cout << "{\"points\": " << numPoints << ", \"triangles\": " << mesh.getNumT()
               << ", \"fill\": " << options.fill << ", \"threads\": " << options.numThreads
               << ", \"stages\": {";
     for (std::size_t i = 0; i < vStages.size(); ++i)
         std::cout << (i == 0 ? "" : ", ") << '"' << vStages[i].name << "\": " << vStages[i].seconds;
-    std::cout << "}, \"seconds\": " << seconds << ", \"points_per_second\": " << num / seconds
-              << ", \"peak_bytes\": " << static_cast<std::size_t>(bytes)
-              << ", \"peak_bytes_per_point\": " << bytes / num << "}" << std::endl;
+    std::cout << "}, ";
+    printCosts(std::cout, numPoints, seconds, bytes);
+    if (options.bQuality) {
+        std::cout << ", ";
+        printQuality(std::cout, meshQuality(mesh));
+    }
+    std::cout << "}" << std::endl;
 }
 
 int run(const Options& options)
 {
     setMessageStream(nullptr);
     setGlobalNumCPU(options.numThreads);
-    std::vector<Point3> vPoints = bumpySurface(options.numPoints);
+    std::vector<Point3> vPoints = makeCloud(options);
+    if (!options.save.empty()) {
+        std::string name = options.save;
+        return writePoints_auto(name, vPoints, false) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
 
     std::vector<StageRecord> vStages;
     recordStages(&vStages);
+    const std::size_t numPoints = vPoints.size();
     const auto start = std::chrono::steady_clock::now();
     const std::shared_ptr<Mesh> pMesh = reconstruct_auto(vPoints, 1.0, options.fill);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
@@ -126,7 +177,9 @@ int run(const Options& options)
     if (pMesh == nullptr)
         throw std::runtime_error("nothing came out");
 
-    printJson(options, *pMesh, sumByName(vStages), seconds.count());
+    printJson(options, numPoints, *pMesh, sumByName(vStages), seconds.count());
+    if (!options.out.empty() && !writeMesh_auto(options.out, pMesh, false))
+        throw std::runtime_error("cannot write " + options.out);
     return EXIT_SUCCESS;
 }
 
@@ -137,7 +190,9 @@ int main(int argc, char** argv)
     try {
         return run(parse(argc, argv));
     } catch (const std::exception& error) {
-        std::cerr << "roads: " << error.what() << "\nusage: roads N [--fill CELLS] [--threads T]\n";
+        std::cerr << "roads: " << error.what()
+                  << "\nusage: roads N|--cloud FILE [--fill CELLS] [--threads T] [--out FILE] [--quality 1] "
+                     "[--save FILE]\n";
         return EXIT_FAILURE;
     }
 }
