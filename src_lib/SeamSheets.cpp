@@ -298,39 +298,45 @@ void SeamSheets::joinGroups()
     }
 }
 
-// Slots in the order of their angles. All that is not joined ends here.
-void SeamSheets::joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots)
+bool SeamSheets::Pair::crosses(const Pair& other) const
 {
-    struct Pair {
-        double cost;
-        size_t first;
-        size_t second;
-    };
+    const auto isInside = [&](size_t i) { return other.first < i && i < other.second; };
+    const auto isOutside = [&](size_t i) { return i < other.first || other.second < i; };
+    return !(isInside(first) && isInside(second)) && !(isOutside(first) && isOutside(second));
+}
+
+// The pairs that may be joined, the best first. Slots in the order of their angles. Of an even number of them
+// a pair with an odd number on each side would leave one over.
+std::vector<SeamSheets::Pair> SeamSheets::findPairs(const std::vector<Slot*>& vpSlots)
+{
+    constexpr double SAME_SHEET_BONUS = 0.5 * PI; // it may turn by so much more than a stranger
     const size_t num = vpSlots.size();
     std::vector<Pair> vPairs;
     for (size_t first = 0; first < num; ++first) {
         for (size_t second = first + 1; second < num; ++second) {
-            const bool bStrands = num % 2 == 0 && (second - first) % 2 == 0; // an odd number on each side
-            if (bStrands || !fitTogether(*vpSlots[first], *vpSlots[second]))
+            const bool bLeavesOne = num % 2 == 0 && (second - first) % 2 == 0;
+            if (bLeavesOne || !fitTogether(*vpSlots[first], *vpSlots[second]))
                 continue;
-            const bool bSamePatch = sheetOf(*vpSlots[first]) == sheetOf(*vpSlots[second]);
+            const bool bSameSheet = sheetOf(*vpSlots[first]) == sheetOf(*vpSlots[second]);
             const double turn = turnBetween(vpSlots[first]->angle, vpSlots[second]->angle);
-            vPairs.push_back({turn - (bSamePatch ? 0.5 * PI : 0.0), first, second});
+            vPairs.push_back({turn - (bSameSheet ? SAME_SHEET_BONUS : 0.0), first, second});
         }
     }
     std::sort(vPairs.begin(), vPairs.end(), [](const Pair& a, const Pair& b) {
         return std::tie(a.cost, a.first, a.second) < std::tie(b.cost, b.first, b.second);
     });
+    return vPairs;
+}
+
+// All that is not joined ends here.
+void SeamSheets::joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots)
+{
     for (const Slot* pSlot : vpSlots)
         joints.end(pRE, pSlot->pRT);
     std::vector<Pair> vTaken;
-    for (const Pair& pair : vPairs) {
-        const bool bInTheWay = std::any_of(vTaken.begin(), vTaken.end(), [&](const Pair& taken) {
-            const auto inside = [&](size_t i) { return taken.first < i && i < taken.second; };
-            const auto outside = [&](size_t i) { return i < taken.first || taken.second < i; };
-            return !(inside(pair.first) && inside(pair.second)) &&
-                   !(outside(pair.first) && outside(pair.second));
-        });
+    for (const Pair& pair : findPairs(vpSlots)) {
+        const bool bInTheWay =
+            std::any_of(vTaken.begin(), vTaken.end(), [&](const Pair& taken) { return pair.crosses(taken); });
         if (bInTheWay || !fitTogether(*vpSlots[pair.first], *vpSlots[pair.second]))
             continue;
         vTaken.push_back(pair);

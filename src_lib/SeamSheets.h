@@ -32,7 +32,8 @@ public:
     // The patches must be fresh: createPatchesOrient. The mesh must not change while this lives.
     explicit SeamSheets(const RMesh& mesh);
 
-    // Both steps. Call it once. O(s log s) in the number of seams and their triangles.
+    // Both steps. Call it once. O(s log s) in the number of seams, cubic in the triangles that meet in one of
+    // them: the lattice of cells allows few.
     void decide();
 
     const std::vector<REdge*>& getSeams() const { return vSeamRE; } // by number
@@ -60,10 +61,9 @@ private:
 
     // What detaching would do at the seams of a patch.
     struct Effect {
-        int numSolved = 0; // seams that have too many triangles now
-        int numAlone =
-            0; // triangles of other patches that would be left alone, or joined against their sides
-        int numOwnEnds = 0; // seams where the patch itself would end
+        int numSolved = 0;  // seams that have too many triangles now
+        int numAlone = 0;   // triangles of others that would be left alone, or could only be joined twisted
+        int numOwnEnds = 0; // triangles of the patch itself that would end at a seam
     };
     struct Patch {
         bool bDetached = false;
@@ -78,6 +78,14 @@ private:
         double roughness;
         Index patch;
         bool operator>(const Candidate& other) const;
+    };
+
+    // Two of the triangles that meet, by their places in the order of the angles.
+    struct Pair {
+        double cost;
+        size_t first;
+        size_t second;
+        bool crosses(const Pair& other) const; // or shares a triangle with it
     };
 
     void addSeam(REdge* pRE);
@@ -96,6 +104,7 @@ private:
     void detachAt(Seam& seam, Index root);
 
     void joinGroups();
+    std::vector<Pair> findPairs(const std::vector<Slot*>& vpSlots);
     void joinPairs(const REdge* pRE, std::vector<Slot*>& vpSlots);
 
     const RMesh& mesh;
