@@ -85,7 +85,8 @@ void SeamSheets::addSeam(REdge* pRE)
     vSeams.push_back(std::move(seam));
 }
 
-// A triangle without area has no direction round the edge: it counts as lying where the first one lies.
+// A triangle without area, or so large that its sides overflow, has no direction round the edge: it counts as
+// lying where the first one lies.
 void SeamSheets::setAngles(const REdge& edge, std::vector<Slot>& vSlots)
 {
     const Point3& origin = *edge.getVtx0();
@@ -99,7 +100,7 @@ void SeamSheets::setAngles(const REdge& edge, std::vector<Slot>& vSlots)
     for (Slot& slot : vSlots) {
         const Vector3 direction = directionOf(slot);
         const double angle = std::atan2(direction * aside, direction * ahead);
-        slot.angle = angle < 0.0 ? angle + 2.0 * PI : angle;
+        slot.angle = !std::isfinite(angle) ? 0.0 : angle < 0.0 ? angle + 2.0 * PI : angle;
     }
     vSlots[0].angle = 0.0;
 }
@@ -131,9 +132,7 @@ void SeamSheets::becomeOne(const Slot& slot0, const Slot& slot1)
     const bool bOpposite = slot0.bAlongEdge != slot1.bAlongEdge;
     forest.attach(gone.index, keep.index, bOpposite != (keep.bTurned == gone.bTurned));
     keptPatch.numT += gonePatch.numT;
-    keptPatch.effect.numSolved += gonePatch.effect.numSolved;
-    keptPatch.effect.numAlone += gonePatch.effect.numAlone;
-    keptPatch.effect.numOwnEnds += gonePatch.effect.numOwnEnds;
+    keptPatch.effect.add(gonePatch.effect, 1);
     keptPatch.vSeams.insert(keptPatch.vSeams.end(), vMoved.begin(), vMoved.end());
     for (const Index seam : vMoved)
         addEffects(vSeams[seam], 1);
@@ -141,29 +140,42 @@ void SeamSheets::becomeOne(const Slot& slot0, const Slot& slot1)
 
 // ---- 1. Detaching ----
 
+// The sums of turns are integers, so that what was added is taken off exactly.
+void SeamSheets::Effect::add(const Effect& other, int sign)
+{
+    numSolved += sign * other.numSolved;
+    numAlone += sign * other.numAlone;
+    numOwnEnds += sign * other.numOwnEnds;
+    sumTurns = sign > 0 ? sumTurns + other.sumTurns : sumTurns - other.sumTurns;
+    numTurns = sign > 0 ? numTurns + other.numTurns : numTurns - other.numTurns;
+}
+
 SeamSheets::Effect SeamSheets::effectAt(const Seam& seam, Index root)
 {
     Effect effect;
     if (seam.numOpen <= 2)
         return effect;
-    size_t numOwn = 0;
-    const Slot* aOthers[2] = {nullptr, nullptr};
-    const Slot* aOwn[2] = {nullptr, nullptr};
-    size_t numOthers = 0;
-    for (const Slot& slot : seam.vSlots) {
-        if (slot.group != OPEN)
-            continue;
-        const bool bOwn = sheetOf(slot) == root;
-        size_t& num = bOwn ? numOwn : numOthers;
-        if (num < 2)
-            (bOwn ? aOwn : aOthers)[num] = &slot;
-        ++num;
+    std::vector<const Slot*> vpOwn;
+    std::vector<const Slot*> vpOthers;
+    for (const Slot& slot : seam.vSlots)
+        if (slot.group == OPEN)
+            (sheetOf(slot) == root ? vpOwn : vpOthers).push_back(&slot);
+    if (vpOthers.empty())
+        return effect;
+    const auto numLost = [this](const std::vector<const Slot*>& vpLeft) {
+        const bool bLost = vpLeft.size() == 1 || (vpLeft.size() == 2 && !fitTogether(*vpLeft[0], *vpLeft[1]));
+        return bLost ? static_cast<int>(vpLeft.size()) : 0;
+    };
+    effect.numSolved = 1;
+    effect.numAlone = numLost(vpOthers);
+    effect.numOwnEnds = numLost(vpOwn);
+    for (const Slot* pOwn : vpOwn) {
+        double minTurn = PI;
+        for (const Slot* pOther : vpOthers)
+            minTurn = std::min(minTurn, turnBetween(pOwn->angle, pOther->angle));
+        effect.sumTurns += static_cast<u64>(1e6 * minTurn);
+        ++effect.numTurns;
     }
-    effect.numSolved = numOthers > 0 ? 1 : 0;
-    if (numOthers == 1 || (numOthers == 2 && !fitTogether(*aOthers[0], *aOthers[1])))
-        effect.numAlone = static_cast<int>(numOthers);
-    if (numOwn == 1 || (numOwn == 2 && !fitTogether(*aOwn[0], *aOwn[1])))
-        effect.numOwnEnds = static_cast<int>(numOwn);
     return effect;
 }
 
@@ -177,54 +189,45 @@ void SeamSheets::addEffects(const Seam& seam, int sign)
             vRoots.push_back(sheetOf(slot));
     sortUnique(vRoots);
     for (const Index root : vRoots) {
-        const Effect effect = effectAt(seam, root);
-        Effect& sum = vPatches[root].effect;
-        sum.numSolved += sign * effect.numSolved;
-        sum.numAlone += sign * effect.numAlone;
-        sum.numOwnEnds += sign * effect.numOwnEnds;
+        vPatches[root].effect.add(effectAt(seam, root), sign);
         if (sign > 0)
             pushCandidate(root);
     }
 }
 
-// Opposite of the order of preference: what the queue has on top is the smallest.
+// The queue has on top what is above nothing.
 bool SeamSheets::Candidate::operator>(const Candidate& other) const
 {
-    return std::make_tuple(bEnds, numT, -roughness, patch) >
-           std::make_tuple(other.bEnds, other.numT, -other.roughness, other.patch);
+    return std::tie(bEnds, cost, patch) > std::tie(other.bEnds, other.cost, other.patch);
+}
+
+bool SeamSheets::mayDetach(Index root) const
+{
+    const Patch& patch = vPatches[root];
+    return !patch.bDetached && patch.effect.numSolved > 0 && patch.effect.numAlone == 0;
+}
+
+// The size, discounted for the mean turn at the seams: what stands upright counts a quarter, what is folded
+// back a thirteenth.
+double SeamSheets::costOf(Index root) const
+{
+    constexpr double DISCOUNT = 3.0;
+    const Patch& patch = vPatches[root];
+    if (patch.effect.numTurns == 0)
+        return static_cast<double>(patch.numT);
+    const double meanTurn =
+        1e-6 * static_cast<double>(patch.effect.sumTurns) / static_cast<double>(patch.effect.numTurns);
+    const double uprights = meanTurn / (0.5 * PI);
+    return static_cast<double>(patch.numT) / (1.0 + DISCOUNT * uprights * uprights);
 }
 
 void SeamSheets::pushCandidate(Index root)
 {
-    const Patch& patch = vPatches[root];
-    if (patch.effect.numSolved == 0 || patch.effect.numAlone > 0)
-        return;
-    queue.push({patch.effect.numOwnEnds > 0, patch.numT, roughnessOf(root), root});
+    if (mayDetach(root))
+        queue.push({vPatches[root].effect.numOwnEnds > 0, costOf(root), root});
 }
 
-// How much the surface turns on the average from a small patch to the flattest continuation at its seams. Of
-// large patches nobody asks.
-double SeamSheets::roughnessOf(Index root)
-{
-    if (vPatches[root].numT >= MIN_SHEET_T)
-        return 0.0;
-    double sumTurns = 0.0;
-    size_t numTurns = 0;
-    for (const Index index : vPatches[root].vSeams) {
-        for (const Slot& own : vSeams[index].vSlots) {
-            if (own.group != OPEN || sheetOf(own) != root)
-                continue;
-            double minTurn = PI;
-            for (const Slot& other : vSeams[index].vSlots)
-                if (other.group == OPEN && sheetOf(other) != root)
-                    minTurn = std::min(minTurn, turnBetween(own.angle, other.angle));
-            sumTurns += minTurn;
-            ++numTurns;
-        }
-    }
-    return numTurns == 0 ? 0.0 : sumTurns / static_cast<double>(numTurns);
-}
-
+// Entries go stale when something near them is detached; what changed then was pushed again.
 void SeamSheets::detachPatches()
 {
     for (const Seam& seam : vSeams)
@@ -232,14 +235,10 @@ void SeamSheets::detachPatches()
     while (!queue.empty()) {
         const Candidate best = queue.top();
         queue.pop();
-        const Patch& patch = vPatches[best.patch];
-        const bool bStale = forest.find(best.patch).index != best.patch || patch.bDetached ||
-                            patch.effect.numSolved == 0 || patch.effect.numAlone > 0;
-        if (bStale)
-            continue;
-        if (patch.numT != best.numT || (patch.effect.numOwnEnds > 0) != best.bEnds)
-            pushCandidate(best.patch);
-        else
+        const bool bFresh = forest.find(best.patch).index == best.patch && mayDetach(best.patch) &&
+                            (vPatches[best.patch].effect.numOwnEnds > 0) == best.bEnds &&
+                            costOf(best.patch) == best.cost;
+        if (bFresh)
             detach(best.patch);
     }
 }

@@ -19,9 +19,9 @@ namespace TESK_ZAN
 //
 // 1. Patch after patch is detached, as long as that leaves no triangle of another patch alone at a seam:
 // first
-//    those that lose nothing themselves (two closed surfaces that touch), then the smallest. A fin lies on a
-//    sheet this way, or one of the two skins of a pocket. Where two triangles are left at a seam their
-//    patches become one. Of skins of one size the rougher one goes.
+//    those that lose nothing themselves (two closed surfaces that touch), then the cheapest, which are small
+//    and turn much away from what they hang on: fins, walls, one of the two skins of a pocket. Where two
+//    triangles are left at a seam their patches become one.
 // 2. What still meets in a seam is joined in pairs: never crosswise, those first that belong to one patch and
 //    turn least.
 //
@@ -64,6 +64,10 @@ private:
         int numSolved = 0;  // seams that have too many triangles now
         int numAlone = 0;   // triangles of others that would be left alone, or could only be joined twisted
         int numOwnEnds = 0; // triangles of the patch itself that would end at a seam
+        u64 sumTurns = 0;   // microradians from each of its triangles to the flattest continuation
+        u64 numTurns = 0;
+
+        void add(const Effect& other, int sign);
     };
     struct Patch {
         bool bDetached = false;
@@ -74,8 +78,7 @@ private:
     };
     struct Candidate {
         bool bEnds; // it would end at seams
-        size_t numT;
-        double roughness;
+        double cost;
         Index patch;
         bool operator>(const Candidate& other) const;
     };
@@ -99,7 +102,8 @@ private:
 
     void detachPatches();
     void pushCandidate(Index root);
-    double roughnessOf(Index root);
+    double costOf(Index root) const;
+    bool mayDetach(Index root) const;
     void detach(Index root);
     void detachAt(Seam& seam, Index root);
 

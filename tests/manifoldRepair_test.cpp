@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
+#include <numbers>
 
 using namespace TESK_ZAN;
 using zan_test::brokenInvariant;
@@ -236,6 +236,29 @@ TEST_F(ManifoldRepair, WallOnAFloorIsPartedFromItAndTheFloorKeepsNoSlit)
     EXPECT_EQ(mesh->getNumT(), 2 * numFloorT);
     EXPECT_EQ(reportOf(mesh).numComponents, 2u);
     EXPECT_EQ(reportOf(mesh).numEdges(1), size_t(8 * n));
+    for (const REdge* pRE : mesh->getAllRE()) { // the wall is not joined to half of the floor
+        RTriangle* pT0 = nullptr;
+        RTriangle* pT1 = nullptr;
+        bool bOK = false;
+        if (!pRE->getAdjT(pT0, pT1, true))
+            continue;
+        EXPECT_NEAR(pT0->getNNV(bOK) * pT1->getNNV(bOK), 1.0, 1e-12);
+    }
+}
+
+TEST_F(ManifoldRepair, LargestFanKeepsTheVertex)
+{
+    const IndexedMesh small = zan_test::tetrahedron(); // comes first
+    IndexedMesh indexed = small;
+    for (const int index : zan_test::octahedron().vTriangles) // vertex 0 is the tetrahedron's vertex 1
+        indexed.vTriangles.push_back(index == 0 ? 1 : index + 3);
+    for (size_t i = 1; i < 6; ++i)
+        indexed.vPoints.push_back(zan_test::octahedron().vPoints[i] + Vector3(0, 0, 0.5));
+    RealMesh mesh(indexed);
+    EXPECT_EQ(repairNonManifold(*mesh.pMesh).numCopiedVtx, 1u);
+    std::vector<RTriangle*> vIncT;
+    mesh->getIncidentT(mesh.vtx(1), vIncT);
+    EXPECT_EQ(vIncT.size(), 4u);
 }
 
 TEST_F(ManifoldRepair, BookOfManySheetsOnOneEdgeIsJoinedInPairs)
@@ -259,6 +282,32 @@ TEST_F(ManifoldRepair, OneSidedBandIsCutAcrossOnce)
     expectRepaired(mesh);
     EXPECT_EQ(reportOf(mesh).numTriangles, 5u);
     EXPECT_EQ(reportOf(mesh).euler, 1); // a strip
+}
+
+// A flat disc with a one-sided band of five triangles in a hole at its centre. Where the orientation meets
+// itself depends on where it grew from; the cut must not run through the disc.
+TEST_F(ManifoldRepair, SmallTangleInALargeSheetIsCutThroughTheTangleOnly)
+{
+    const int numRings = 12;
+    const double turn = 0.4 * std::numbers::pi;
+    IndexedMesh disc;
+    for (int ring = 0; ring < numRings; ++ring)
+        for (int i = 0; i < 5; ++i)
+            disc.vPoints.emplace_back((ring + 1) * std::cos(turn * i), (ring + 1) * std::sin(turn * i), 0);
+    for (int ring = numRings - 1; ring > 0; --ring)
+        for (int i = 0; i < 5; ++i) {
+            const int in0 = 5 * (ring - 1) + i;
+            const int in1 = 5 * (ring - 1) + (i + 1) % 5;
+            disc.vTriangles.insert(disc.vTriangles.end(), {in0, in0 + 5, in1, in1, in0 + 5, in1 + 5});
+        }
+    for (int i = 0; i < 5; ++i) // a star: each triangle has one side of the pentagon and its far corner
+        disc.vTriangles.insert(disc.vTriangles.end(), {i, (i + 1) % 5, (i + 3) % 5});
+    RealMesh mesh(disc);
+    const RepairReport report = repairNonManifold(*mesh.pMesh);
+    EXPECT_GT(report.numTwistedRE, 0u);
+    EXPECT_LE(report.numTwistedRE, 3u);
+    EXPECT_EQ(report.numRemovedT, 0u);
+    expectRepaired(mesh);
 }
 
 TEST_F(ManifoldRepair, TurnedTriangleIsTurnedBackWithoutACut)
