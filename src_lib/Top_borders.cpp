@@ -10,7 +10,6 @@
 #include "zanAssert.h"
 
 #include <algorithm>
-#include <array>
 
 namespace TESK_ZAN
 {
@@ -23,9 +22,6 @@ constexpr std::size_t CUBES_OF_CELL = 8;
 // A piece of surface behind a border goes if it is small and this much of it is border.
 constexpr std::size_t MIN_KEPT_T = 7;         // below this it goes in any case
 constexpr std::size_t MIN_KEPT_T_BORDER = 25; // the same for one with more than one border edge
-
-// The rotations of configuration 27, in which the thin row depends on what the neighbours draw.
-constexpr std::array<int, 8> CASE_27 = {27, 39, 78, 114, 141, 177, 216, 228};
 
 void appendCubeKeys(const Calc* pCalc, u64 ccd, std::vector<u64>& vVCD)
 {
@@ -102,12 +98,6 @@ void growOverRegularEdges(CTriangle* pStart, u64 maxT, std::vector<CTriangle*>& 
 bool isTinyBorderPatch(std::size_t numBorderCE, std::size_t numT)
 {
     return numBorderCE >= numT || (numT < MIN_KEPT_T_BORDER && numBorderCE > 1) || numT < MIN_KEPT_T;
-}
-
-bool hasEdgeBelowDegree2(const CTriangle* pCT)
-{
-    return pCT->getCEdge(0)->getDegree() < 2 || pCT->getCEdge(1)->getDegree() < 2 ||
-           pCT->getCEdge(2)->getDegree() < 2;
 }
 
 int numEdgesOfDegree(const CTriangle* pCT, int degree)
@@ -303,18 +293,7 @@ bool Top::isAsExtracted() const
 
 void Top::pruneCases()
 {
-    std::array<std::vector<CTriangle*>, 256> vCfgCT;
-    std::vector<CTriangle*> vAliveT;
-    pMesh->getAliveT(vAliveT);
-    for (CTriangle* pCT : vAliveT) {
-        const int cfg = std::max(pCT->getCfg(), 0);
-        zanAssertText(cfg < 256, "cfg<256");
-        vCfgCT[std::size_t(cfg)].push_back(pCT);
-    }
-    for (const int config : CASE_27)
-        for (CTriangle* pCT : vCfgCT[std::size_t(config)])
-            if (hasEdgeBelowDegree2(pCT))
-                pCT->kill(pMesh);
+    killOpenCase27(*pMesh);
 }
 
 void Top::killAtDeg3(bool bMayOpen)

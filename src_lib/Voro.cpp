@@ -325,19 +325,26 @@ void Voro::thinNewExtractTriangles()
 
 void Voro::pruneCase27()
 {
-    std::array<std::vector<CTriangle*>, 256> vCfgCT;
     std::vector<CTriangle*> vAliveT;
     pMesh->getAliveT(vAliveT);
+    messageStream() << "before pruneCase27(): numT=" << vAliveT.size() << std::endl;
+    killOpenCase27(*pMesh);
+}
+
+void killOpenCase27(CMesh& mesh)
+{
+    std::array<std::vector<CTriangle*>, 256> vCfgCT;
+    std::vector<CTriangle*> vAliveT;
+    mesh.getAliveT(vAliveT);
     for (CTriangle* pCT : vAliveT) {
         const int cfg = std::max(pCT->getCfg(), 0);
         zanAssertText(cfg < 256, "cfg<256");
         vCfgCT[std::size_t(cfg)].push_back(pCT);
     }
-    messageStream() << "before pruneCase27(): numT=" << vAliveT.size() << std::endl;
     for (const int config : CASE_27)
         for (CTriangle* pCT : vCfgCT[std::size_t(config)])
             if (hasEdgeBelowDegree2(pCT))
-                pCT->kill(pMesh);
+                pCT->kill(&mesh);
 }
 
 } // namespace TESK_ZAN

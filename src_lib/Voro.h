@@ -62,7 +62,7 @@ public:
     // An experiment with TM_THIN beside the runs: always a new mesh, no progress, then pruneCase27.
     void thinNewExtractTriangles();
 
-    // Kills the triangles of the rotations of configuration 27 that have an edge of degree below 2.
+    // Writes a line of statistics, then killOpenCase27.
     void pruneCase27();
 
     // The current cells, ascending.
@@ -95,5 +95,8 @@ private:
     CubeBlocks cubeBlocks;               // the cells of vCCD
     Casx casx;
 };
+
+// Kills the triangles of the rotations of configuration 27 that have an edge of degree below 2.
+void killOpenCase27(CMesh& mesh);
 
 } // namespace TESK_ZAN

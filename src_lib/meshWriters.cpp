@@ -66,7 +66,7 @@ IndexedMesh indexed(const CMesh& mesh, const std::map<u64, Bundle*>& mCCDBundle)
                 mCCDIndex.tryEmplace(ccd, std::uint32_t(result.vOrderedPoints.size()));
             if (bNew) {
                 const auto q_it = mCCDBundle.find(ccd);
-                zanAssert(q_it != mCCDBundle.end());
+                zanAssertText(q_it != mCCDBundle.end(), "q_it!=mCCDBundle.end()");
                 result.vOrderedPoints.push_back(q_it->second->pVtx);
             }
             result.vIndices.push_back(*pIndex);

@@ -29,26 +29,6 @@ IndexedMesh fourPoints(std::vector<int> vTriangles)
     return {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, std::move(vTriangles)};
 }
 
-std::set<std::array<u64, 3>> cornerSets(const CMesh& mesh)
-{
-    std::vector<CTriangle*> vCT;
-    mesh.getAliveT(vCT);
-    std::set<std::array<u64, 3>> sCorners;
-    for (const CTriangle* pCT : vCT) {
-        std::array<u64, 3> corners;
-        pCT->getSortedCorners(corners[0], corners[1], corners[2]);
-        sCorners.insert(corners);
-    }
-    return sCorners;
-}
-
-size_t numAlive(const CMesh& mesh)
-{
-    std::vector<CTriangle*> vCT;
-    mesh.getAliveT(vCT);
-    return vCT.size();
-}
-
 std::vector<CTriangle*> incidentT(const CMesh& mesh, u64 ccd)
 {
     std::vector<CTriangle*> vCT;

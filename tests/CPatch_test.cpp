@@ -45,15 +45,6 @@ std::vector<CEdge*> edges(const CodeMesh& m, const std::vector<std::pair<int, in
     return v;
 }
 
-int countMisoriented(const CMesh& mesh)
-{
-    int num = 0;
-    for (const CEdge* pCE : mesh.getE())
-        if (pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]))
-            ++num;
-    return num;
-}
-
 void flipSome(CodeMesh& m, Random& random)
 {
     for (CTriangle* pCT : m.vCT)

@@ -24,33 +24,6 @@ using testing::ElementsAre;
 namespace
 {
 
-size_t numAlive(const CMesh& mesh)
-{
-    std::vector<CTriangle*> vCT;
-    mesh.getAliveT(vCT);
-    return vCT.size();
-}
-
-size_t numEdges(const CMesh& mesh, int deg)
-{
-    std::vector<CEdge*> vCE;
-    mesh.getDegN(deg, vCE);
-    return vCE.size();
-}
-
-std::set<std::array<u64, 3>> cornerSets(const CMesh& mesh)
-{
-    std::vector<CTriangle*> vCT;
-    mesh.getAliveT(vCT);
-    std::set<std::array<u64, 3>> sCorners;
-    for (const CTriangle* pCT : vCT) {
-        std::array<u64, 3> corners;
-        pCT->getSortedCorners(corners[0], corners[1], corners[2]);
-        sCorners.insert(corners);
-    }
-    return sCorners;
-}
-
 // numQuads x numQuads squares with heights; vertex (x, y) has the index x * (numQuads + 1) + y.
 IndexedMesh heightField(int numQuads, const std::function<double(int, int)>& height)
 {

@@ -42,15 +42,6 @@ struct TopOf {
     Top top;
 };
 
-int countMisoriented(const CMesh& mesh)
-{
-    int num = 0;
-    for (const CEdge* pCE : mesh.getE())
-        if (pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]))
-            ++num;
-    return num;
-}
-
 void deleteAll(std::vector<CPatch*>& vPatches)
 {
     for (const CPatch* pPatch : vPatches)

@@ -46,20 +46,6 @@ struct TopOn {
     Top top;
 };
 
-size_t numAlive(const CMesh& mesh)
-{
-    std::vector<CTriangle*> vCT;
-    mesh.getAliveT(vCT);
-    return vCT.size();
-}
-
-size_t numEdges(const CMesh& mesh, int deg)
-{
-    std::vector<CEdge*> vCE;
-    mesh.getDegN(deg, vCE);
-    return vCE.size();
-}
-
 // Indices are places in the list of codes.
 IndexedMesh indexedMesh(const CMesh& mesh)
 {

@@ -58,13 +58,6 @@ struct Extraction {
     std::unique_ptr<CMesh> pMesh;
 };
 
-size_t numEdges(const CMesh& mesh, int deg)
-{
-    std::vector<CEdge*> vCE;
-    mesh.getDegN(deg, vCE);
-    return vCE.size();
-}
-
 Cells randomCells(u64 seed, int edge, double density)
 {
     Random random(seed);

@@ -10,6 +10,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace zan_test
@@ -88,6 +89,43 @@ private:
         return vPoints;
     }
 };
+
+// Figures of a mesh on codes that tests ask for.
+inline size_t numAlive(const TESK_ZAN::CMesh& mesh)
+{
+    std::vector<TESK_ZAN::CTriangle*> vCT;
+    mesh.getAliveT(vCT);
+    return vCT.size();
+}
+
+inline size_t numEdges(const TESK_ZAN::CMesh& mesh, int deg) // deg as in CMesh::getDegN
+{
+    std::vector<TESK_ZAN::CEdge*> vCE;
+    mesh.getDegN(deg, vCE);
+    return vCE.size();
+}
+
+inline std::set<std::array<TESK_ZAN::u64, 3>> cornerSets(const TESK_ZAN::CMesh& mesh)
+{
+    std::vector<TESK_ZAN::CTriangle*> vCT;
+    mesh.getAliveT(vCT);
+    std::set<std::array<TESK_ZAN::u64, 3>> sCorners;
+    for (const TESK_ZAN::CTriangle* pCT : vCT) {
+        std::array<TESK_ZAN::u64, 3> corners;
+        pCT->getSortedCorners(corners[0], corners[1], corners[2]);
+        sCorners.insert(corners);
+    }
+    return sCorners;
+}
+
+inline int countMisoriented(const TESK_ZAN::CMesh& mesh)
+{
+    int num = 0;
+    for (const TESK_ZAN::CEdge* pCE : mesh.getE())
+        if (pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]))
+            ++num;
+    return num;
+}
 
 // A named progress root while it lives: stages with phases need one.
 struct NamedRoot {
