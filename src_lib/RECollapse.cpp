@@ -87,4 +87,24 @@ bool hasCommonRingEdge(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, 
     return false;
 }
 
+bool hasBareCommonNeighbour(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
+                            const Point3* pTrg)
+{
+    TESK_TOOLS::SmallVector<const Point3*, 4> vThird; // of the triangles of the edge
+    for (const RTriangle* pRT : vSrcT)
+        if (pRT->has(pTrg))
+            vThird.push_back(pRT->getThirdPoint(pSrc, pTrg));
+    for (const RTriangle* pRT : vSrcT) {
+        if (pRT->has(pTrg))
+            continue;
+        for (int ici = 0; ici < 3; ++ici) {
+            const Point3* pRing = pRT->getCorner(ici);
+            if (pRing != pSrc && std::find(vThird.begin(), vThird.end(), pRing) == vThird.end() &&
+                mesh.hasAliveEdge(pRing, pTrg))
+                return true;
+        }
+    }
+    return false;
+}
+
 } // namespace TESK_ZAN

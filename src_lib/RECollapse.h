@@ -1,5 +1,5 @@
 // Subsystem: real mesh. Builds on: REdge, RTriangle. Used by: RMesh (reduction), RTop.
-// A candidate of the reduction, and the two tests that every collapse has to pass.
+// A candidate of the reduction, and the tests that a collapse has to pass.
 #pragma once
 
 #include "REdge.h"
@@ -48,5 +48,11 @@ TurnedTriangles turnTriangles(const std::vector<RTriangle*>& vSrcT, const Point3
 // after the collapse. vSrcT: the triangles at pSrc. O(triangles at pSrc).
 bool hasCommonRingEdge(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
                        const Point3* pTrg);
+
+// True if a neighbour of both is the third corner of no triangle of the edge: the three vertices ring a tube
+// or a hole, which the collapse would pinch. vSrcT: the triangles at pSrc. O(triangles at pSrc), times those
+// at the neighbours if pTrg is a hub.
+bool hasBareCommonNeighbour(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
+                            const Point3* pTrg);
 
 } // namespace TESK_ZAN

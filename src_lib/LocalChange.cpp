@@ -1,0 +1,196 @@
+#include "LocalChange.h"
+
+#include "RECollapse.h"
+#include "RMesh.h"
+#include "freeFunctions.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr double GENTLE_COS = 0.9396926207859084; // of a turn by 20 degrees
+constexpr double MAX_SHIFT_CELLS = 0.1;
+constexpr size_t MAX_TRIANGLES = 32; // a hub is left alone
+
+// A null vector if the triangle has no area.
+Vector3 normalOf(const std::array<const Point3*, 3>& corners)
+{
+    const Vector3 v01 = *corners[1] - *corners[0];
+    const Vector3 v02 = *corners[2] - *corners[0];
+    const Vector3 cross = crossProd(v01, v02);
+    const double len = cross.length();
+    const Vector3 normal = len > 0.0 ? cross / len : Vector3();
+    return normal.isNV() ? normal : Vector3();
+}
+
+// The triangle of the set that has a side in this direction; the number of triangles if there is none.
+size_t findSide(const std::vector<std::array<const Point3*, 3>>& vCorners, const Point3* pFrom,
+                const Point3* pTo)
+{
+    size_t i = 0;
+    for (; i < vCorners.size(); ++i)
+        for (size_t k = 0; k < 3; ++k)
+            if (vCorners[i][k] == pFrom && vCorners[i][(k + 1) % 3] == pTo)
+                return i;
+    return i;
+}
+
+// The distance between the lines p0-p1 and q0-q1; that of the planes through both if they are not parallel.
+double lineDistance(const Point3& p0, const Point3& p1, const Point3& q0, const Point3& q1)
+{
+    const Vector3 across = crossProd(p1 - p0, q1 - q0);
+    const double len = across.length();
+    return len > 0.0 ? std::fabs((q0 - p0) * across) / len : INFINITY;
+}
+
+} // namespace
+
+double leastAngleCos(const Point3& a, const Point3& b, const Point3& c)
+{
+    double aSqLen[3] = {sqDistance(b, c), sqDistance(c, a), sqDistance(a, b)};
+    std::sort(aSqLen, aSqLen + 3); // the least angle lies opposite the shortest side
+    const double product = std::sqrt(aSqLen[1]) * std::sqrt(aSqLen[2]);
+    return product > 0.0 && aSqLen[0] > 0.0 ? (aSqLen[1] + aSqLen[2] - aSqLen[0]) / (2.0 * product) : 1.0;
+}
+
+bool Shape::isClearlyBetterThan(const Shape& other) const
+{
+    constexpr double CLEARLY = 0.002; // between 10 and 11 degrees lies 0.0032
+    return numFolds != other.numFolds ? numFolds < other.numFolds
+                                      : leastAngleCos < other.leastAngleCos - CLEARLY;
+}
+
+bool LocalChanger::improves(const LocalChange& change, Shape& after)
+{
+    vOldT.clear();
+    vOld.clear();
+    vNew.clear();
+    const bool bPossible =
+        change.pSrc == nullptr ? planFlip(*change.pRE) : planCollapse(*change.pRE, change.pSrc);
+    if (!bPossible || shift > MAX_SHIFT_CELLS * mesh.getCellSize())
+        return false;
+    for (const RTriangle* pRT : vOldT)
+        vOld.push_back({pRT->getCorner(0), pRT->getCorner(1), pRT->getCorner(2)});
+    collectRim();
+    const Shape before = shapeOf(vOld);
+    after = shapeOf(vNew);
+    return after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
+           after.sharpestCos >= std::min(before.sharpestCos, GENTLE_COS);
+}
+
+bool LocalChanger::planFlip(const REdge& edge)
+{
+    RTriangle *pT0 = nullptr, *pT1 = nullptr;
+    if (!edge.getAdjT(pT0, pT1, true))
+        return false;
+    const int ici = pT0->getICI(edge.getVtx0(), edge.getVtx1());
+    const Point3* p0 = pT0->getCorner(ici);
+    const Point3* p1 = pT0->getCorner(nextIndex3(ici));
+    const Point3* p2 = pT0->getCorner(prevIndex3(ici));
+    const Point3* px = pT1->getThirdPoint(p1, p2);
+    if (p0 == px || mesh.hasAliveEdge(p0, px))
+        return false;
+    vOldT = {pT0, pT1};
+    vNew = {{p0, p1, px}, {p0, px, p2}};
+    shift = lineDistance(*p1, *p2, *p0, *px);
+    return true;
+}
+
+bool LocalChanger::planCollapse(const REdge& edge, const Point3* pSrc)
+{
+    const Point3* pTrg = edge.getOtherPoint(pSrc);
+    mesh.getIncidentT(pSrc, vOldT);
+    if (vOldT.size() > MAX_TRIANGLES || !mayVanish(edge, pSrc))
+        return false;
+    shift = 0.0;
+    for (const RTriangle* pRT : vOldT) {
+        if (pRT->has(pTrg))
+            continue;
+        const int ici = pRT->getICI(pSrc);
+        vNew.push_back({pTrg, pRT->getCorner(nextIndex3(ici)), pRT->getCorner(prevIndex3(ici))});
+        shift = std::max(shift, std::fabs(normalOf(vNew.back()) * (*pSrc - *pTrg)));
+    }
+    return true;
+}
+
+// The vertex lies inside the surface, and the edge is all that it and the other endpoint have in common.
+bool LocalChanger::mayVanish(const REdge& edge, const Point3* pSrc) const
+{
+    const Point3* pTrg = edge.getOtherPoint(pSrc);
+    for (const RTriangle* pRT : vOldT)
+        for (int ici = 0; ici < 3; ++ici)
+            if (pRT->getCorner(ici) != pSrc && pRT->getRE(ici)->getDegree() != 2)
+                return false;
+    return !hasCommonRingEdge(mesh, vOldT, pSrc, pTrg) && !hasBareCommonNeighbour(mesh, vOldT, pSrc, pTrg);
+}
+
+void LocalChanger::collectRim()
+{
+    vRim.clear();
+    for (const RTriangle* pRT : vOldT)
+        for (int ici = 0; ici < 3; ++ici) {
+            RTriangle* pNeig = pRT->getRE(ici)->getOtherT(pRT);
+            if (pNeig != nullptr && std::find(vOldT.begin(), vOldT.end(), pNeig) != vOldT.end())
+                continue;
+            bool bOK = false;
+            vRim.push_back({pRT->getCorner(nextIndex3(ici)), pRT->getCorner(prevIndex3(ici)),
+                            pNeig == nullptr ? Vector3() : pNeig->getNNV(bOK)});
+        }
+}
+
+Shape LocalChanger::shapeOf(const std::vector<Corners>& vCorners)
+{
+    Shape shape;
+    vNormal.clear();
+    for (const Corners& corners : vCorners) {
+        vNormal.push_back(normalOf(corners));
+        shape.leastAngleCos =
+            std::max(shape.leastAngleCos, leastAngleCos(*corners[0], *corners[1], *corners[2]));
+    }
+    for (size_t i = 0; i < vCorners.size(); ++i)
+        for (size_t side = 0; side < 3; ++side) {
+            const Point3* pFrom = vCorners[i][side];
+            const Point3* pTo = vCorners[i][(side + 1) % 3];
+            const size_t partner = findSide(vCorners, pTo, pFrom);
+            if (partner < i)
+                continue; // seen from there
+            const Vector3 across = partner < vCorners.size() ? vNormal[partner] : rimNormal(pFrom, pTo);
+            if (across.isDegenerate() || vNormal[i].isDegenerate())
+                continue;
+            const double turnCos = vNormal[i] * across;
+            shape.sharpestCos = std::min(shape.sharpestCos, turnCos);
+            shape.numFolds += turnCos < FOLD_COS ? 1 : 0;
+        }
+    return shape;
+}
+
+Vector3 LocalChanger::rimNormal(const Point3* pFrom, const Point3* pTo) const
+{
+    const auto pos = std::find_if(vRim.begin(), vRim.end(),
+                                  [=](const RimSide& rim) { return rim.pFrom == pFrom && rim.pTo == pTo; });
+    return pos == vRim.end() ? Vector3() : pos->outerNormal;
+}
+
+void LocalChanger::apply(const LocalChange& change, std::vector<RTriangle*>& vNewT)
+{
+    vNewT.clear();
+    if (change.pSrc == nullptr) {
+        RTriangle *pT0 = nullptr, *pT1 = nullptr;
+        if (change.pRE->getAdjT(pT0, pT1, true) && change.pRE->tryFlipEdge(&mesh, pT0, pT1) != nullptr)
+            vNewT = {pT0, pT1}; // made in the same records
+        return;
+    }
+    Point3* pTrg = change.pRE->getOtherPoint(change.pSrc);
+    mesh.getIncidentT(change.pSrc, vNewT);
+    vNewT.erase(
+        std::remove_if(vNewT.begin(), vNewT.end(), [pTrg](const RTriangle* pRT) { return pRT->has(pTrg); }),
+        vNewT.end());
+    mesh.exchangeCorner(change.pSrc, pTrg);
+}
+
+} // namespace TESK_ZAN

@@ -1,0 +1,83 @@
+// Subsystem: real mesh. Builds on: RMesh. Used by: shapeRepair.
+// A flip of one edge or a collapse onto one of its endpoints: how the surface would look afterwards, and the
+// step itself.
+#pragma once
+
+#include "Vector3.h"
+
+#include <array>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class Point3;
+class REdge;
+class RMesh;
+class RTriangle;
+
+// How some triangles look, among each other and beside those around them.
+struct Shape {
+    int numFolds = 0;            // edges across which the surface turns by more than 150 degrees
+    double sharpestCos = 1.0;    // of the sharpest turn across an edge
+    double leastAngleCos = -1.0; // of the least inner angle; 1.0 if one has no area
+
+    // Fewer folds; of equally many, a least angle that is larger by a degree or so.
+    bool isClearlyBetterThan(const Shape& other) const;
+};
+
+// The edge is alive. With pSrc, an endpoint, that vertex moves onto the other one; without, the edge flips.
+struct LocalChange {
+    REdge* pRE = nullptr; // null: no change
+    Point3* pSrc = nullptr;
+};
+
+// Judges changes of a mesh that is two-manifold and oriented, and makes them. Nothing it allows opens or
+// closes a border, joins or parts anything, or takes a vertex off a border; no vertex moves.
+class LocalChanger
+{
+public:
+    explicit LocalChanger(RMesh& mesh_) : mesh(mesh_) {}
+
+    // True if the change is possible and makes the triangles concerned clearly better, no turn gets sharper
+    // than the sharpest now or 20 degrees, and the surface moves by a tenth of a cell at most. after: what
+    // they would look like. O(square of the triangles concerned, which are few: hubs are refused).
+    bool improves(const LocalChange& change, Shape& after);
+
+    // Makes the change that improves has allowed last. vNewT: replaced by the triangles that it made or
+    // moved.
+    void apply(const LocalChange& change, std::vector<RTriangle*>& vNewT);
+
+private:
+    using Corners = std::array<const Point3*, 3>;
+
+    // A side of the triangles concerned that stays, and the normal on its other side.
+    struct RimSide {
+        const Point3* pFrom;
+        const Point3* pTo;
+        Vector3 outerNormal; // null: border, or no normal
+    };
+
+    bool planFlip(const REdge& edge);
+    bool planCollapse(const REdge& edge, const Point3* pSrc);
+    bool mayVanish(const REdge& edge, const Point3* pSrc) const;
+    void collectRim();
+    Shape shapeOf(const std::vector<Corners>& vCorners);
+    Vector3 rimNormal(const Point3* pFrom, const Point3* pTo) const;
+
+    RMesh& mesh;
+    double shift = 0.0;            // how far the surface moves, in units of the input
+    std::vector<RTriangle*> vOldT; // what the planned change takes away, and what it brings
+    std::vector<Corners> vOld;
+    std::vector<Corners> vNew;
+    std::vector<RimSide> vRim;
+    std::vector<Vector3> vNormal; // of the triangles whose shape is looked at
+};
+
+// The cosine of the least inner angle; 1.0 if a corner stands on another one.
+double leastAngleCos(const Point3& a, const Point3& b, const Point3& c);
+
+// What counts as a fold: the cosine of a turn by 150 degrees.
+constexpr double FOLD_COS = -0.8660254037844387;
+
+} // namespace TESK_ZAN

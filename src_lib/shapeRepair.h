@@ -1,0 +1,31 @@
+// Subsystem: real mesh. Builds on: LocalChange, sortMT. Used by: Hal.
+// Takes needles, caps and folds out of a finished mesh.
+#pragma once
+
+#include <cstddef>
+
+namespace TESK_ZAN
+{
+
+class RMesh;
+
+struct ShapeReport {
+    size_t numBad = 0; // triangles with an angle below 10 degrees or beside a fold, at the start
+    size_t numFlips = 0;
+    size_t numCollapses = 0; // a vertex less each
+};
+
+// Mends triangles with an angle below 10 degrees and folds (the surface turns by more than 150 degrees across
+// an edge): flips an edge of the triangle, or collapses its shortest edge onto one endpoint, whichever leaves
+// the better triangles, the worst triangle first. As LocalChanger allows it: vertices stay where they are,
+// the surface moves by a tenth of a cell at most, borders, components and holes stay. What cannot be mended
+// so stays. The mesh must be two-manifold and oriented, and is so afterwards. Its patches are invalid then.
+//
+// One parallel pass over all triangles, then n log n in the number of bad ones. Extension of 1.17.
+//
+// The flips before leave these: their energy sees the angles in a flip's result but not those it would
+// remove, and weighs lengths in units of the input against fixed penalties, so that in small units a fold
+// costs less than a flat angle.
+ShapeReport repairShapes(RMesh& mesh);
+
+} // namespace TESK_ZAN
