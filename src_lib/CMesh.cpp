@@ -106,6 +106,7 @@ void CMesh::clear()
     destroyEdges();
     vMeshE.clear();
     vMeshT.clear();
+    numSortedT = 0;
     numCreatedT = 0;
     mDeadEdges = {};
     for (CVertex& vertex : vertices.getAll())
@@ -338,11 +339,7 @@ void CMesh::getDegN(int deg, std::vector<CEdge*>& vCE) const
 
 double CMesh::getArea() const
 {
-    double sum = 0.0;
-    for (const CTriangle* pCT : vMeshT)
-        if (pCT->isAlive())
-            sum += pCT->getArea(this);
-    return sum;
+    return sumMT(vMeshT, [this](const CTriangle* pCT) { return pCT->isAlive() ? pCT->getArea(this) : 0.0; });
 }
 
 void CMesh::clearVisited()

@@ -132,8 +132,8 @@ public:
     // patch that is gone.
 
     // Divides the alive triangles into patches: maximal sets that hang together over edges of degree 2 that
-    // are no fences (psFences may be null). The order of patches is that of their first triangles in getT.
-    // O(n).
+    // are no fences (psFences may be null). The label of a patch is the place of its first triangle in getT,
+    // and patches stand in the order of labels. O(n).
     void createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>& vPatchesOut);
 
     // The same, and where patches meet: the edges of degree above 2 by creation number, and the corners
@@ -143,6 +143,16 @@ public:
 
     // One patch for each set of triangles that hangs together over edges of any degree. O(n).
     void createCCPatches();
+
+    // Makes of a division without fences what a new one would give after the deaths of these triangles, all
+    // that died since. Patches that did not change stay as they are; those that hang together now are one,
+    // whose members stand in any order until settleMembers. O(d + m log n) for d deaths and m triangles of
+    // patches that changed, the largest of each joined patch not counted but for its rim.
+    void updatePatches(const std::vector<CTriangle*>& vDeadT);
+
+    // Brings the members of a patch of the last division into the order that a new division would give them.
+    // For whatever shows that order. O(1) if they are, else O(size).
+    void settleMembers(CPatch* pPatch);
 
     // Of the last division by the mesh.
     const std::vector<CPatch*>& getPatches() const { return vPatches; }
@@ -231,7 +241,10 @@ private:
     void forEachEdgeAt(u64 ccd, F f) const;
     void edgeDied(CEdge* pCE);
     void destroyEdges();
-    CPatch* newPatch();
+    CPatch* newPatch(std::size_t seedPlace);
+    void divideBrokenPatches(const std::vector<CTriangle*>& vDeadT);
+    void joinPatches(const std::vector<CTriangle*>& vDeadT);
+    std::size_t placeOf(const CTriangle* pCT) const;
 
     void moveTriangles(u64 src, u64 trg);
     void deleteUnusedOwnBundles();
@@ -253,6 +266,7 @@ private:
     std::optional<TESK_TOOLS::SimplePool<CEdge>> oEdgePool;
     std::vector<CTriangle*> vMeshT; // owned through the pools
     std::vector<CEdge*> vMeshE;     // an edge stands at its number
+    std::size_t numSortedT = 0;     // so many of vMeshT stand in the order of killDuplicateTriangles
     std::uint32_t numCreatedT = 0;
 
     std::optional<TESK_TOOLS::SimplePool<CPatch>> oPatchPool;

@@ -250,6 +250,7 @@ int CMesh::killDuplicateTriangles()
             ++numKilled;
         }
     }
+    numSortedT = vMeshT.size();
     return numKilled;
 }
 

@@ -4,8 +4,11 @@
 #include "messages.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "zanAssert.h"
 
+#include <algorithm>
 #include <ostream>
+#include <utility>
 
 namespace TESK_ZAN
 {
@@ -83,13 +86,24 @@ private:
     std::vector<CEdge*> vRimCE;
 };
 
+bool lessByLabel(const CPatch* a, const CPatch* b)
+{
+    return a->getLabel() < b->getLabel();
+}
+
+void sortByLabel(std::vector<CPatch*>& vPatches)
+{
+    std::sort(vPatches.begin(), vPatches.end(), lessByLabel);
+    vPatches.erase(std::unique(vPatches.begin(), vPatches.end()), vPatches.end());
+}
+
 } // namespace
 
-CPatch* CMesh::newPatch()
+CPatch* CMesh::newPatch(std::size_t seedPlace)
 {
     if (!oPatchPool)
         oPatchPool.emplace(FIRST_PATCHES, -1);
-    vPatches.push_back(std::construct_at(oPatchPool->newObject(), this, int(vPatches.size())));
+    vPatches.push_back(std::construct_at(oPatchPool->newObject(), this, int(seedPlace)));
     return vPatches.back();
 }
 
@@ -110,9 +124,9 @@ void CMesh::createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>
         messageStream() << "CREATE PATCHES FOR vMeshT=" << vMeshT.size() << '\n';
     clearPatches();
     PatchWalk walk(psFences);
-    for (CTriangle* pCT : vMeshT)
-        if (pCT->isAlive() && pCT->getPatch() == nullptr)
-            walk.overRegularEdges(pCT, newPatch());
+    for (std::size_t place = 0; place < vMeshT.size(); ++place)
+        if (vMeshT[place]->isAlive() && vMeshT[place]->getPatch() == nullptr)
+            walk.overRegularEdges(vMeshT[place], newPatch(place));
     vPatchesOut = vPatches;
 }
 
@@ -136,9 +150,98 @@ void CMesh::createCCPatches()
 {
     clearPatches();
     PatchWalk walk(nullptr);
-    for (CTriangle* pCT : vMeshT)
-        if (pCT->isAlive() && pCT->getPatch() == nullptr)
-            walk.overAllEdges(pCT, newPatch());
+    for (std::size_t place = 0; place < vMeshT.size(); ++place)
+        if (vMeshT[place]->isAlive() && vMeshT[place]->getPatch() == nullptr)
+            walk.overAllEdges(vMeshT[place], newPatch(place));
+}
+
+// ---- after deaths ----------------------------------------------------------------------------------------
+
+void CMesh::updatePatches(const std::vector<CTriangle*>& vDeadT)
+{
+    divideBrokenPatches(vDeadT);
+    joinPatches(vDeadT);
+    const auto firstGone = std::stable_partition(vPatches.begin(), vPatches.end(),
+                                                 [](const CPatch* pPatch) { return pPatch->isAlive(); });
+    std::for_each(firstGone, vPatches.end(), [](CPatch* pPatch) { std::destroy_at(pPatch); });
+    vPatches.erase(firstGone, vPatches.end());
+    sortByLabel(vPatches);
+}
+
+// A patch that died whole has told its members so; where one died that still names its patch, others may be
+// left, and these may have come apart.
+void CMesh::divideBrokenPatches(const std::vector<CTriangle*>& vDeadT)
+{
+    std::vector<CPatch*> vBroken;
+    for (const CTriangle* pCT : vDeadT)
+        if (pCT->getPatch() != nullptr)
+            vBroken.push_back(pCT->getPatch());
+    sortByLabel(vBroken);
+    std::vector<std::pair<std::size_t, CTriangle*>> vLooseT;
+    for (CPatch* pPatch : vBroken) {
+        for (CTriangle* pCT : pPatch->getMembers())
+            if (pCT->isAlive())
+                vLooseT.emplace_back(placeOf(pCT), pCT);
+        pPatch->dissolve();
+    }
+    std::sort(vLooseT.begin(), vLooseT.end());
+    PatchWalk walk(nullptr);
+    for (const auto& [place, pCT] : vLooseT)
+        if (pCT->getPatch() == nullptr)
+            walk.overRegularEdges(pCT, newPatch(place));
+}
+
+// Two patches hang together where an edge has become regular, so where one of its triangles died. The smaller
+// one is taken in: no triangle changes hands more than log n times.
+void CMesh::joinPatches(const std::vector<CTriangle*>& vDeadT)
+{
+    std::vector<CPatch*> vJoined;
+    for (const CTriangle* pDeadT : vDeadT) {
+        for (int i = 0; i < 3; ++i) {
+            const CEdge::TriangleList& vCT = pDeadT->getCEdge(i)->getCTs();
+            if (vCT.size() != 2)
+                continue;
+            CPatch* pLarger = vCT[0]->getPatch();
+            CPatch* pOther = vCT[1]->getPatch();
+            if (pLarger == pOther) {
+                pLarger->unsettle(); // a walk can cross here now
+                continue;
+            }
+            if (lessBySize(pLarger, pOther))
+                std::swap(pLarger, pOther);
+            pLarger->takeIn(pOther);
+            vJoined.push_back(pLarger);
+        }
+    }
+    sortByLabel(vJoined);
+    for (CPatch* pPatch : vJoined)
+        if (pPatch->isAlive())
+            pPatch->dropInnerBoundary();
+}
+
+void CMesh::settleMembers(CPatch* pPatch)
+{
+    if (pPatch->isSettled())
+        return;
+    const std::size_t size = pPatch->getSize();
+    for (CTriangle* pCT : pPatch->getMembers())
+        pCT->setPatch(nullptr);
+    PatchWalk(nullptr).overRegularEdges(vMeshT[std::size_t(pPatch->getLabel())], pPatch);
+    zanAssert(pPatch->getSize() == size);
+}
+
+// getT is sorted up to numSortedT and goes on in order of creation.
+std::size_t CMesh::placeOf(const CTriangle* pCT) const
+{
+    const auto sortedEnd = vMeshT.begin() + std::ptrdiff_t(numSortedT);
+    auto q_it = std::lower_bound(vMeshT.begin(), sortedEnd, pCT,
+                                 [](const CTriangle* a, const CTriangle* b) { return *a < *b; });
+    if (q_it == sortedEnd || *q_it != pCT)
+        q_it = std::lower_bound(sortedEnd, vMeshT.end(), pCT, [](const CTriangle* a, const CTriangle* b) {
+            return a->getNumber() < b->getNumber();
+        });
+    zanAssert(q_it != vMeshT.end() && *q_it == pCT);
+    return std::size_t(q_it - vMeshT.begin());
 }
 
 } // namespace TESK_ZAN

@@ -2,10 +2,12 @@
 
 #include "CMesh.h"
 #include "messages.h"
+#include "sortMT.h"
 #include "tesk_tools/mixBits.h"
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 
 namespace TESK_ZAN
@@ -19,8 +21,8 @@ bool byNumber(const CEdge* a, const CEdge* b)
     return lessByNumber(a, b);
 }
 
-// Leaves the elements of a sorted list that stand there once.
-void keepSingles(std::vector<CEdge*>& vCE)
+// Leaves the elements of a sorted list that stand there once. False if there were no others.
+bool keepSingles(std::vector<CEdge*>& vCE)
 {
     std::size_t numKept = 0;
     for (std::size_t first = 0, last = 0; first < vCE.size(); first = last) {
@@ -29,7 +31,9 @@ void keepSingles(std::vector<CEdge*>& vCE)
         if (last == first + 1)
             vCE[numKept++] = vCE[first];
     }
+    const bool bHadOthers = numKept < vCE.size();
     vCE.resize(numKept);
+    return bHadOthers;
 }
 
 void sortUnique(std::vector<u64>& vCode)
@@ -149,6 +153,13 @@ void CPatch::addMember(CTriangle* pCT)
     vMemberCT.push_back(pCT);
     bRimKnown = false;
     bBoundaryKnown = false;
+    bJudged = false;
+}
+
+void CPatch::setMembers(const std::vector<CTriangle*>& vCT)
+{
+    vMemberCT = vCT;
+    bSettled = true;
 }
 
 void CPatch::setRim(const std::vector<CEdge*>& vCE)
@@ -166,11 +177,8 @@ void CPatch::forgetMembers()
 
 double CPatch::getArea() const
 {
-    double sum = 0.0;
-    for (const CTriangle* pCT : vMemberCT)
-        if (pCT->isAlive())
-            sum += pCT->getArea(pMesh);
-    return sum;
+    return sumMT(vMemberCT,
+                 [this](const CTriangle* pCT) { return pCT->isAlive() ? pCT->getArea(pMesh) : 0.0; });
 }
 
 // The tetrahedra from one reference point to all triangles. Height above the triangle times area is half the
@@ -180,14 +188,13 @@ double CPatch::getVolume() const
     if (vMemberCT.empty())
         return 0.0;
     const Point3 reference = *pMesh->getVtx(vMemberCT.front()->getC0());
-    double sum = 0.0;
-    for (const CTriangle* pCT : vMemberCT) {
+    const double sum = sumMT(vMemberCT, [&](const CTriangle* pCT) {
         if (!pCT->isAlive())
-            continue;
+            return 0.0;
         const Point3& p0 = *pMesh->getVtx(pCT->getC0());
         const Vector3 vec01 = *pMesh->getVtx(pCT->getC1()) - p0, vec02 = *pMesh->getVtx(pCT->getC2()) - p0;
-        sum += (p0 - reference) * crossProd(vec01, vec02);
-    }
+        return (p0 - reference) * crossProd(vec01, vec02);
+    });
     return sum / 6.0;
 }
 
@@ -196,16 +203,51 @@ double CPatch::getVolume() const
 void CPatch::kill()
 {
     bAlive = false;
-    for (CTriangle* pCT : vMemberCT) {
+    for (CTriangle* pCT : vMemberCT)
         if (pCT->isAlive())
             pCT->kill(pMesh);
+    dissolve();
+}
+
+void CPatch::dissolve()
+{
+    bAlive = false;
+    for (CTriangle* pCT : vMemberCT)
         pCT->setPatch(nullptr);
-    }
     vMemberCT.clear();
     vRimCE.clear();
     vOuterBoundary.clear();
     boundaryKey = 0;
     numInnerVtx = -1;
+}
+
+void CPatch::takeIn(CPatch* pOther)
+{
+    for (CPatch* pPatch : {this, pOther})
+        if (!pPatch->bBoundaryKnown)
+            pPatch->setOuterBoundary();
+    for (CTriangle* pCT : pOther->vMemberCT)
+        pCT->setPatch(this);
+    vMemberCT.insert(vMemberCT.end(), pOther->vMemberCT.begin(), pOther->vMemberCT.end());
+    vOuterBoundary.insert(vOuterBoundary.end(), pOther->vOuterBoundary.begin(), pOther->vOuterBoundary.end());
+    bSettled = false;
+    bJudged = false;
+    bMayFold = bMayFold || pOther->bMayFold;
+    label = std::min(label, pOther->label);
+    pOther->vMemberCT.clear();
+    pOther->dissolve();
+}
+
+// An edge of the boundary of one part that others have as well stands here once for each of them.
+void CPatch::dropInnerBoundary()
+{
+    std::erase_if(vOuterBoundary, [this](const CEdge* pCE) {
+        const int num = countMembersAt(pCE);
+        bMayFold = bMayFold || (num > 1 && pCE->getDegree() > 2);
+        return num != 1;
+    });
+    std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
+    setBoundaryKey();
 }
 
 void CPatch::flip()
@@ -223,8 +265,40 @@ void CPatch::orient()
         ZAN_WARNING("reorientation failed");
 }
 
+// No edge has more than two members, and two run along it in opposite directions.
+bool CPatch::isConsistentAt(const CTriangle* pCT) const
+{
+    for (int i = 0; i < 3; ++i) {
+        const CEdge* pCE = pCT->getCEdge(i);
+        const CTriangle* pNeig = nullptr;
+        int numOthers = 0;
+        for (const CTriangle* pOther : pCE->getCTs()) {
+            if (pOther == pCT || pOther->getPatch() != this)
+                continue;
+            pNeig = pOther;
+            ++numOthers;
+        }
+        if (numOthers > 1 || (numOthers == 1 && pCT->needFlip(pNeig)))
+            return false;
+    }
+    return true;
+}
+
+bool CPatch::isConsistent() const
+{
+    std::atomic<bool> bConsistent{true};
+    forRangeMT(vMemberCT.size(), [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && bConsistent; ++i)
+            if (vMemberCT[i]->isAlive() && !isConsistentAt(vMemberCT[i]))
+                bConsistent = false;
+    });
+    return bConsistent;
+}
+
 bool CPatch::orientMembers()
 {
+    if (isConsistent()) // as the extraction leaves most; a walk would turn nothing
+        return true;
     for (CTriangle* pCT : vMemberCT)
         pCT->setVisited(false);
     OrientWalk walk(this);
@@ -294,10 +368,15 @@ void CPatch::setOuterBoundary()
         vOuterBoundary.swap(vRimCE);
     else
         collectRim(vOuterBoundary);
+    std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
+    bMayFold = keepSingles(vOuterBoundary) || !bRimKnown;
+    setBoundaryKey();
     bRimKnown = false;
     bBoundaryKnown = true;
-    std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
-    keepSingles(vOuterBoundary);
+}
+
+void CPatch::setBoundaryKey()
+{
     boundaryKey = 0;
     for (const CEdge* pCE : vOuterBoundary)
         boundaryKey = TESK_TOOLS::mixBits(boundaryKey + pCE->getNumber() + TESK_TOOLS::GOLDEN_STEP);

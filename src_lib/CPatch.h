@@ -33,8 +33,8 @@ using BorderPatches = std::vector<std::pair<u64, CPatch*>>;
 class CPatch
 {
 public:
-    // label: unique among the patches of one division and ascending in order of making. The order of patches
-    // wherever one shows.
+    // label: unique among the patches of one division and ascending in order of making, or of the first
+    // members. The order of patches wherever one shows.
     CPatch(CMesh* pMesh, int label);
 
     // Triangles that still name this patch name none afterwards.
@@ -44,6 +44,11 @@ public:
 
     int getLabel() const { return label; }
     bool isAlive() const { return bAlive; }
+
+    // Whether the members stand in the order of a walk, or one could go another way now:
+    // CMesh::settleMembers.
+    bool isSettled() const { return bSettled; }
+    void unsettle() { bSettled = false; }
     std::size_t getSize() const { return vMemberCT.size(); }
     const std::vector<CTriangle*>& getMembers() const { return vMemberCT; }
 
@@ -51,7 +56,7 @@ public:
     void addMember(CTriangle* pCT);
 
     // Takes triangles that name this patch already as its members.
-    void setMembers(const std::vector<CTriangle*>& vCT) { vMemberCT = vCT; }
+    void setMembers(const std::vector<CTriangle*>& vCT);
 
     // What a walk over the members found: the edges that may be held by one member alone, each once for every
     // member that holds it. The next setOuterBoundary needs no walk of its own then. A new member voids it.
@@ -69,6 +74,15 @@ public:
     // Kills all members and forgets them. The patch is dead afterwards.
     void kill();
 
+    // Lets go of all members, alive ones too. The patch is dead afterwards.
+    void dissolve();
+
+    // Takes over the members of the other patch, which is dead afterwards, and its label if that is less. All
+    // members must be alive. The boundaries are laid together: dropInnerBoundary must follow, once for any
+    // number of patches taken in.
+    void takeIn(CPatch* pOther);
+    void dropInnerBoundary();
+
     void flip(); // turns every member round
 
     // Makes the members consistently oriented: grows over regular edges from the first member, then crosses
@@ -80,6 +94,8 @@ public:
 
     // The patch must be alive. O(size), or O(b log b) for a rim of b edges after setRim.
     void setOuterBoundary();
+
+    bool knowsOuterBoundary() const { return bBoundaryKnown; }
 
     // As of the last setOuterBoundary; empty for a closed patch.
     const std::vector<CEdge*>& getOuterBoundary() const { return vOuterBoundary; }
@@ -136,7 +152,10 @@ private:
 
     void forgetMembers(); // for an owner that clears all patches at once
     int countMembersAt(const CEdge* pCE) const;
+    void setBoundaryKey();
     void collectRim(std::vector<CEdge*>& vRim) const;
+    bool isConsistentAt(const CTriangle* pCT) const;
+    bool isConsistent() const;
     bool orientMembers();
     void orientPatch();
     bool isFlatPocket() const;
@@ -151,6 +170,9 @@ private:
     int label;
     int numInnerVtx = -1;
     bool bAlive = true;
+    bool bSettled = true;
+    bool bJudged = false; // no flat pocket, as the members are
+    bool bMayFold = true; // false: no edge of degree above 2 has two members
     bool bRimKnown = false;
     bool bBoundaryKnown = false;
 };

@@ -150,15 +150,18 @@ bool CPatch::isFlatPocket() const
 // on both sides whatever the sides are, and which one is in use elsewhere cannot decide.
 bool CPatch::splitClosedPatchKill(bool bFlag)
 {
-    if (bFlag)
+    if (bFlag || !bMayFold || bJudged)
         return false;
     PocketSides sides(pMesh, this);
-    CEdge* pStartCE = sides.findFold(); // first: a body without folds, however large, costs no more than this
-    if (pStartCE == nullptr)
+    bMayFold = sides.findFold() != nullptr;
+    if (!bMayFold)
         return false;
     orient();
-    if (!isFlatPocket())
+    bJudged = !isFlatPocket();
+    if (bJudged)
         return false;
+    pMesh->settleMembers(this); // the split starts from the first fold of a new division
+    CEdge* pStartCE = sides.findFold();
     sides.split(pStartCE);
     const bool bPosIsSmaller = sides.getMembers(POS).size() < sides.getMembers(NEG).size();
     for (CTriangle* pCT : sides.getMembers(bPosIsSmaller ? POS : NEG))

@@ -6,6 +6,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <array>
 #include <ostream>
 
 namespace TESK_ZAN
@@ -91,6 +92,14 @@ void CTriangle::getSortedCorners(u64& a, u64& b, u64& c) const
     a = c0_;
     b = c1_;
     c = c2_;
+}
+
+bool CTriangle::operator<(const CTriangle& other) const
+{
+    std::array<u64, 4> own{0, 0, 0, number}, others{0, 0, 0, other.number};
+    getSortedCorners(own[0], own[1], own[2]);
+    other.getSortedCorners(others[0], others[1], others[2]);
+    return own < others;
 }
 
 bool CTriangle::operator==(const CTriangle& other) const

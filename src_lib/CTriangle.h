@@ -74,6 +74,9 @@ public:
     // Ascending; condition "c0_<c1_ && c1_<c2_".
     void getSortedCorners(u64& a, u64& b, u64& c) const;
 
+    // Ascending corners first, then the creation number.
+    bool operator<(const CTriangle& other) const;
+
     // The same three corners, in any order.
     bool operator==(const CTriangle& other) const;
 

@@ -6,8 +6,6 @@
 #include "Rotx.h"
 #include "stageTrace.h"
 
-#include <algorithm>
-
 namespace TESK_ZAN
 {
 
@@ -17,13 +15,6 @@ namespace
 // Pieces of surface up to these sizes may go when they are mostly border.
 constexpr u64 MAX_TINY_T = 40;       // before the sheets are decided for good
 constexpr u64 MAX_TINY_T_LAST = 100; // afterwards
-
-std::size_t countAlive(const CMesh* pMesh)
-{
-    const std::vector<CTriangle*>& vT = pMesh->getT();
-    return std::size_t(
-        std::count_if(vT.begin(), vT.end(), [](const CTriangle* pCT) { return pCT->isAlive(); }));
-}
 
 } // namespace
 
@@ -49,13 +40,17 @@ void Top::runInHole(Voro* pVoro)
 
 void Top::decideSheets(Voro* pVoro)
 {
+    dividePatches();
     solvePatchPairs(true); // what it kills comes back, but no rim of a double sheet makes new cells
     cbsComplete(pVoro);
     killDegenerate();
     integrateBorders();
+    dividePatches();
     solvePatchPairs(false);
-    while (killMembranes())
+    while (killSmallMembranes()) {
+        updatePatches();
         solvePatchPairs(false);
+    }
     finishOriented();
 }
 
@@ -70,20 +65,18 @@ void Top::settleSquares()
     pProgress->finish(true);
 }
 
-// Each round can expose new pairs. A true round has killed something, so this ends; the count is the guard.
+// Each round can expose new pairs. A true round has killed something, so this ends.
 void Top::solvePatchPairs(bool bFirst)
 {
     const StageTimer timer("TP_pps");
     Progress* pProgress = bFirst ? nullptr : getRootProgress()->getChildProgressSetTodo("TP_pps", 5);
-    std::size_t numBefore = 0, numAlive = countAlive(pMesh);
-    do {
-        numBefore = numAlive;
-        if (!solvePatchPairsRound(bFirst))
-            break;
+    bool bAgain = true;
+    while (bAgain) {
+        bAgain = solveRound(bFirst) && !vKilledT.empty();
+        updatePatches();
         if (pProgress != nullptr)
             pProgress->tick();
-        numAlive = countAlive(pMesh);
-    } while (numAlive < numBefore);
+    }
     if (pProgress != nullptr)
         pProgress->finish(true);
 }

@@ -154,7 +154,7 @@ public:
     // Kills patches of at most 20 triangles that hang on others with their whole rim and whose loss leaves
     // only regular edges there: walls inside bubbles, and sheets over several others, which no pair of equal
     // rims tells. The smallest first. True if it killed one; that can expose pairs and other membranes.
-    // Linear in the number of edges of degree above 2. An extension of version 1.17.
+    // Linear in the size of the mesh. An extension of version 1.17.
     bool killMembranes();
 
     // Splits the alive triangles of vT into patches, which belong to the caller, and orients each
@@ -180,6 +180,13 @@ private:
     void settleSquares();
     void decideSheets(Voro* pVoro);
     void solvePatchPairs(bool bFirst);
+
+    // The patches of the mesh, and what the passes on them killed since the last of these two.
+    void dividePatches();
+    void updatePatches();
+    void killPatch(CPatch* pPatch);
+    bool solveRound(bool bFlag);
+    bool killSmallMembranes();
     void integrateBorders();
     void finishOriented();
     void orientPatches();
@@ -192,6 +199,7 @@ private:
 
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
+    std::vector<CTriangle*> vKilledT; // see updatePatches
     std::set<u64> sFeatureCCD;        // the vertices on feature chains
     std::unique_ptr<Rotx> pRotx;      // with its table, for enqueue
     std::vector<Connection> vMstHeap; // the queue of strategyMST, a binary heap

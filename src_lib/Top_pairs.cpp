@@ -7,10 +7,11 @@
 #include "freeFunctions.h"
 #include "messages.h"
 #include "sortMT.h"
+#include "stageTrace.h"
 #include "zanAssert.h"
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
 #include <ostream>
 
 namespace TESK_ZAN
@@ -73,26 +74,6 @@ bool isSpeck(const CPatch* pPatch)
     return true;
 }
 
-// The patch of the triangle, or null if it has more than ALWAYS_SOLVED members.
-std::unique_ptr<CPatch> growSmallPatch(CMesh* pMesh, CTriangle* pSeed, int label)
-{
-    auto pPatch = std::make_unique<CPatch>(pMesh, label);
-    pPatch->addMember(pSeed);
-    for (std::size_t next = 0; next < pPatch->getSize(); ++next) {
-        const CTriangle* pCT = pPatch->getMembers()[next];
-        for (int i = 0; i < 3; ++i) {
-            const CEdge* pCE = pCT->getCEdge(i);
-            CTriangle* pNeig = pCE->getDegree() == 2 ? pCE->getOtherT(pCT) : nullptr;
-            if (pNeig == nullptr || pNeig->getPatch() == pPatch.get())
-                continue;
-            if (pPatch->getSize() == ALWAYS_SOLVED)
-                return nullptr;
-            pPatch->addMember(pNeig);
-        }
-    }
-    return pPatch;
-}
-
 bool hasRegularEdges(const CTriangle* pCT)
 {
     for (int i = 0; i < 3; ++i)
@@ -139,15 +120,45 @@ void growOriented(CPatch* pPatch, std::vector<CTriangle*>& vQueue, std::vector<C
 
 // ---- pairs and pockets -----------------------------------------------------------------------------------
 
+void Top::dividePatches()
+{
+    const StageTimer timer("TP_patches");
+    std::vector<CPatch*> vPatches;
+    pMesh->createPatches(nullptr, vPatches);
+    vKilledT.clear();
+}
+
+void Top::updatePatches()
+{
+    pMesh->updatePatches(vKilledT);
+    vKilledT.clear();
+}
+
+void Top::killPatch(CPatch* pPatch)
+{
+    pMesh->settleMembers(pPatch);
+    std::copy_if(pPatch->getMembers().begin(), pPatch->getMembers().end(), std::back_inserter(vKilledT),
+                 [](const CTriangle* pCT) { return pCT->isAlive(); });
+    pPatch->kill();
+}
+
 bool Top::solvePatchPairsRound(bool bFlag)
 {
+    dividePatches();
+    return solveRound(bFlag);
+}
+
+bool Top::solveRound(bool bFlag)
+{
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("TP_pps", ROUND_STEPS);
-    std::vector<CPatch*> vPatches, vClosedPatches;
+    std::vector<CPatch*> vPatches = pMesh->getPatches(), vClosedPatches;
     std::vector<PatchPair> vPatchPairs;
-    pMesh->createPatches(nullptr, vPatches);
     pProgress->tick();
 
-    forEachMT(vPatches, [](CPatch* pPatch) { pPatch->setOuterBoundary(); });
+    forEachMT(vPatches, [](CPatch* pPatch) {
+        if (!pPatch->knowsOuterBoundary())
+            pPatch->setOuterBoundary();
+    });
     findPairs(vPatches, vClosedPatches, vPatchPairs);
     pProgress->tick();
 
@@ -169,9 +180,13 @@ bool Top::solvePatchPairsRound(bool bFlag)
 
 bool Top::solvePair(CPatch* pA, CPatch* pB, double meshArea)
 {
-    if (!isSmallPair(pA, pB) && (pA->getArea() + pB->getArea()) / meshArea > MAX_SHARE)
-        return false;
-    (pA->getSize() < pB->getSize() ? pA : pB)->kill();
+    if (!isSmallPair(pA, pB)) {
+        pMesh->settleMembers(pA); // a sum of areas shows their order in its last digits
+        pMesh->settleMembers(pB);
+        if ((pA->getArea() + pB->getArea()) / meshArea > MAX_SHARE)
+            return false;
+    }
+    killPatch(pA->getSize() < pB->getSize() ? pA : pB);
     return true;
 }
 
@@ -182,41 +197,33 @@ bool Top::killClosedPatches(std::vector<CPatch*>& vClosedPatches, bool bFlag)
     for (CPatch* pPatch : vClosedPatches) {
         if (!pPatch->isAlive() || !pPatch->isClosed())
             continue;
-        if (isSpeck(pPatch))
-            pPatch->kill();
-        else
-            numKilled += pPatch->splitClosedPatchKill(bFlag) ? 1 : 0;
+        if (isSpeck(pPatch)) {
+            killPatch(pPatch);
+        } else if (pPatch->splitClosedPatchKill(bFlag)) {
+            std::copy_if(pPatch->getMembers().begin(), pPatch->getMembers().end(),
+                         std::back_inserter(vKilledT), [](const CTriangle* pCT) { return !pCT->isAlive(); });
+            ++numKilled;
+        }
     }
     return numKilled > 0;
 }
 
 bool Top::killMembranes()
 {
-    std::vector<CEdge*> vBorderME;
-    pMesh->getDegN(-1, vBorderME);
-    if (vBorderME.empty())
-        return false;
-    pMesh->clearPatches();
-    std::vector<std::unique_ptr<CPatch>> vSmall; // their triangles name them, so each is found once
-    for (const CEdge* pCE : vBorderME) {
-        for (CTriangle* pCT : pCE->getCTs()) {
-            if (pCT->getPatch() != nullptr)
-                continue;
-            std::unique_ptr<CPatch> pPatch = growSmallPatch(pMesh, pCT, int(vSmall.size()));
-            if (pPatch != nullptr)
-                vSmall.push_back(std::move(pPatch));
-        }
-    }
-    std::sort(vSmall.begin(), vSmall.end(),
-              [](const auto& a, const auto& b) { return lessBySize(a.get(), b.get()); });
-    bool bKilled = false;
-    for (const std::unique_ptr<CPatch>& pPatch : vSmall) {
-        if (!pPatch->isMembrane()) // as the ones before have left the edges
-            continue;
-        pPatch->kill();
-        bKilled = true;
-    }
-    return bKilled;
+    dividePatches();
+    return killSmallMembranes();
+}
+
+bool Top::killSmallMembranes()
+{
+    std::vector<CPatch*> vSmall;
+    std::copy_if(pMesh->getPatches().begin(), pMesh->getPatches().end(), std::back_inserter(vSmall),
+                 [](const CPatch* pPatch) { return pPatch->getSize() <= ALWAYS_SOLVED; });
+    std::sort(vSmall.begin(), vSmall.end(), lessBySize);
+    for (CPatch* pPatch : vSmall)
+        if (pPatch->isMembrane()) // as the ones before have left the edges
+            killPatch(pPatch);
+    return !vKilledT.empty();
 }
 
 // ---- orientation -----------------------------------------------------------------------------------------

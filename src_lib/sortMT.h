@@ -19,6 +19,7 @@
 #include <future>
 #include <iterator>
 #include <memory>
+#include <numeric>
 #include <type_traits>
 #include <vector>
 
@@ -308,6 +309,20 @@ template <class F>
 void forRangeMT(size_t n, F f)
 {
     runInParts(n, [&f](size_t start, size_t end) { return RangeTask<F>{start, end, f}; });
+}
+
+// The sum of f(element), block by block: the same for every thread count. f runs on all threads.
+template <class T, class F>
+double sumMT(const std::vector<T>& v, F f)
+{
+    constexpr size_t BLOCK_SIZE = 1024;
+    std::vector<double> vSums((v.size() + BLOCK_SIZE - 1) / BLOCK_SIZE, 0.0);
+    forRangeMT(vSums.size(), [&](size_t firstBlock, size_t endBlock) {
+        for (size_t block = firstBlock; block < endBlock; ++block)
+            for (size_t i = block * BLOCK_SIZE; i < std::min((block + 1) * BLOCK_SIZE, v.size()); ++i)
+                vSums[block] += f(v[i]);
+    });
+    return std::accumulate(vSums.begin(), vSums.end(), 0.0);
 }
 
 // f(begin, end) on slices of a given length, and onDone() on the calling thread after each of them, in order:

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <tuple>
 
 using namespace TESK_ZAN;
 using namespace zan_test;
@@ -81,6 +82,42 @@ std::vector<CEdge*> boundaryByCounting(const CPatch* pPatch)
             v.push_back(pCE);
     std::sort(v.begin(), v.end(), [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
     return v;
+}
+
+// What shows of a division: labels, members in order, boundaries.
+using Division = std::vector<std::tuple<int, std::vector<CTriangle*>, std::vector<CEdge*>>>;
+
+Division divisionOf(CMesh& mesh)
+{
+    Division division;
+    for (CPatch* pPatch : mesh.getPatches()) {
+        mesh.settleMembers(pPatch);
+        if (!pPatch->knowsOuterBoundary())
+            pPatch->setOuterBoundary();
+        division.emplace_back(pPatch->getLabel(), pPatch->getMembers(), pPatch->getOuterBoundary());
+    }
+    return division;
+}
+
+// Some patches whole, of some others a few members.
+std::vector<CTriangle*> killSome(CMesh& mesh, Random& random)
+{
+    std::vector<CTriangle*> vDeadT;
+    const std::vector<CPatch*> vPatches = mesh.getPatches();
+    for (CPatch* pPatch : vPatches) {
+        const bool bWhole = random.below(6) == 0;
+        const std::vector<CTriangle*> vCT = pPatch->getMembers();
+        if (bWhole)
+            pPatch->kill();
+        for (CTriangle* pCT : vCT) {
+            if (!bWhole && random.below(40) != 0)
+                continue;
+            vDeadT.push_back(pCT);
+            if (!bWhole)
+                pCT->kill(&mesh);
+        }
+    }
+    return vDeadT;
 }
 
 } // namespace
@@ -355,6 +392,28 @@ TEST(CPatch, PartnerIsTheSheetThatIsMetMostOften)
     vPatches[0]->setPartnerCertainty(mCCDPatch);
     EXPECT_EQ(vPatches[0]->getPartner(), vPatches[1]);
     EXPECT_DOUBLE_EQ(vPatches[0]->getPartnerCertainty(), 0.5);
+}
+
+TEST(CPatch, UpdateAfterDeathsGivesWhatANewDivisionGives)
+{
+    Random random(11);
+    for (int round = 0; round < 60; ++round) {
+        CodeMesh m(randomTangle(random, 12 + round, 30 + 3 * round));
+        if (round % 2 == 0) {
+            m.mesh.killDuplicateTriangles(); // sorts; what is made afterwards stands behind
+            m.add(0, 1, 11);
+        }
+        divide(m.mesh);
+        for (int turn = 0; turn < 4; ++turn) {
+            if (round % 3 != 0)
+                divisionOf(m.mesh); // with and without boundaries before the deaths
+            m.mesh.updatePatches(killSome(m.mesh, random));
+            const Division updated = divisionOf(m.mesh);
+            divide(m.mesh);
+            ASSERT_EQ(updated, divisionOf(m.mesh)) << round << ", " << turn;
+        }
+        ASSERT_TRUE(m.mesh.checkDataStructures("after"));
+    }
 }
 
 TEST(CPatch, PathBetweenTwoRimsIsTheShortestOne)
