@@ -90,21 +90,29 @@ bool hasCommonRingEdge(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, 
 bool hasBareCommonNeighbour(const RMesh& mesh, const std::vector<RTriangle*>& vSrcT, const Point3* pSrc,
                             const Point3* pTrg)
 {
+    constexpr size_t MAX_COMPARED = 16;
     TESK_TOOLS::SmallVector<const Point3*, 4> vThird; // of the triangles of the edge
     for (const RTriangle* pRT : vSrcT)
         if (pRT->has(pTrg))
             vThird.push_back(pRT->getThirdPoint(pSrc, pTrg));
-    for (const RTriangle* pRT : vSrcT) {
-        if (pRT->has(pTrg))
-            continue;
-        for (int ici = 0; ici < 3; ++ici) {
-            const Point3* pRing = pRT->getCorner(ici);
-            if (pRing != pSrc && std::find(vThird.begin(), vThird.end(), pRing) == vThird.end() &&
-                mesh.hasAliveEdge(pRing, pTrg))
-                return true;
-        }
-    }
-    return false;
+
+    const auto& vTrgNumbers = recordOf(pTrg).vTNumbers;
+    const bool bHub = vTrgNumbers.size() > MAX_COMPARED;
+    const Point3*
+        aTrgRing[3 * MAX_COMPARED]; // with pTrg itself, which pSrc meets in triangles of the edge only
+    const Point3** pEnd = aTrgRing;
+    for (size_t i = 0; !bHub && i < vTrgNumbers.size(); ++i)
+        for (int ici = 0; ici < 3; ++ici)
+            *pEnd++ = mesh.getAllT()[vTrgNumbers[i]]->getCorner(ici);
+
+    const auto isBare = [&](const Point3* pRing) {
+        return pRing != pSrc && std::find(vThird.begin(), vThird.end(), pRing) == vThird.end() &&
+               (bHub ? mesh.hasAliveEdge(pRing, pTrg) : std::find(aTrgRing, pEnd, pRing) != pEnd);
+    };
+    return std::any_of(vSrcT.begin(), vSrcT.end(), [&](const RTriangle* pRT) {
+        return !pRT->has(pTrg) &&
+               (isBare(pRT->getCorner(0)) || isBare(pRT->getCorner(1)) || isBare(pRT->getCorner(2)));
+    });
 }
 
 } // namespace TESK_ZAN

@@ -182,8 +182,9 @@ public:
 
     // The cost of a collapse (dir as in RECollapse): 100 times the mean angle by which triangles turn, plus
     // the root of the length in cells, plus 100 times the colour distance. COLLAPSE_FORBIDDEN beyond the
-    // limits, of a dead edge, and where two triangles would coincide. vSrcT: replaced by the triangles at the
-    // moving vertex, unless the edge is refused for its length or colour. Reads the mesh only.
+    // limits, of a dead edge, where two triangles would coincide, and where a tube or a hole with a ring of
+    // three edges would be pinched (an extension: the Euler number stays). vSrcT: replaced by the triangles
+    // at the moving vertex, unless the edge is refused for its length or colour. Reads the mesh only.
     double getCollapsePenalty(const REdge* pRE, int dir, double maxSqLen, double maxAngleRad,
                               std::vector<RTriangle*>& vSrcT) const;
 

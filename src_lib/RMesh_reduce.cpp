@@ -84,7 +84,8 @@ double CollapseJudge::getPenalty(const REdge* pRE, int dir, std::vector<RTriangl
     mesh.getIncidentT(pSrc, vSrcT);
     const TurnedTriangles turned = turnTriangles(vSrcT, pSrc, pTrg, *pTrg, maxAngleRad);
     numDegenerate += turned.numDegenerate;
-    if (!turned.bAllowed || turned.numDying == 0 || hasCommonRingEdge(mesh, vSrcT, pSrc, pTrg))
+    if (!turned.bAllowed || turned.numDying == 0 || hasCommonRingEdge(mesh, vSrcT, pSrc, pTrg) ||
+        hasBareCommonNeighbour(mesh, vSrcT, pSrc, pTrg)) // a tube would be pinched shut
         return COLLAPSE_FORBIDDEN;
     const double meanAngleRad = turned.numTurned == 0 ? 0.0 : turned.angleSumRad / turned.numTurned;
     const double penalty = WEIGHT_ANGLE * meanAngleRad + lenTerm + WEIGHT_COLOR * color;

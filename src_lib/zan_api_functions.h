@@ -69,8 +69,8 @@ ZAN_EXPORT void edgeFlipsSimA(std::shared_ptr<Mesh> pMesh);
 //   maxLen       no edge longer than this collapses, in units of the input. Infinity: by angle alone.
 //   maxAngleDeg  no collapse turns a triangle by more degrees than this; the turns of several collapses may
 //                add up. 0 removes what is exactly flat; 5 to 30 are usual.
-// Borders keep their shape but for bends below 10 degrees. Thin tubes and bridges of the width of one edge
-// may be pinched together. NaN removes nothing. About n log n.
+// Borders keep their shape but for bends below 10 degrees. Components, holes and handles stay: what would
+// pinch a tube shut does not collapse. NaN removes nothing. About n log n.
 ZAN_EXPORT int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngleDeg);
 
 // Moves every vertex that is not on a border to the mean of its neighbours, numIterations times, and removes
