@@ -151,6 +151,9 @@ public:
     // findings; a pair of twins is found once per edge.
     size_t killDuplicateTriangles();
 
+    // Appends what that would kill because of these edges, once per finding.
+    void getDuplicateTriangles(const std::vector<REdge*>& vAmongRE, std::vector<RTriangle*>& vLaterT) const;
+
     // Groups the triangles by connection over edges of degree 2 and orients each group from its first
     // triangle outward; a Moebius band stays as it falls. Returns the number of patches. Progress "RM_cpo".
     size_t createPatchesOrient();
@@ -264,7 +267,7 @@ private:
 
     // RMesh_cleaning.cpp
     bool findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const;
-    void growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& vQueue, Progress* pProgress);
+    static void orientByWalk(RTriangle* pSeed);
 
     // RMesh_flips.cpp
     void settleForFlips(const std::vector<REdge*>& vInRE);

@@ -1,6 +1,8 @@
 #include "RMesh.h"
 
 #include "Progress.h"
+#include "SideForest.h"
+#include "sortMT.h"
 #include "stageTrace.h"
 
 #include <algorithm>
@@ -44,24 +46,23 @@ private:
 class OppositeCorners
 {
 public:
-    // True if two triangles have the same opposite corner.
-    bool hasRepeated(const REdge& edge)
+    explicit OppositeCorners(const REdge& edge)
     {
-        RTriangle *pT0 = nullptr, *pT1 = nullptr;
-        if (edge.getAdjT(pT0, pT1, true)) // nearly all edges; this reads no vertex
-            return pT0->getThirdPoint(edge.getVtx0(), edge.getVtx1()) ==
-                   pT1->getThirdPoint(edge.getVtx0(), edge.getVtx1());
-        if (edge.getDegree() < 2)
-            return false;
-        fill(edge);
-        std::sort(vNumbers.begin(), vNumbers.end());
-        return std::adjacent_find(vNumbers.begin(), vNumbers.end()) != vNumbers.end();
+        edge.getAliveT(vRT);
+        for (const RTriangle* pRT : vRT)
+            vNumbers.push_back(numberOf(pRT->getThirdPoint(edge.getVtx0(), edge.getVtx1())));
+    }
+
+    bool hasRepeated() const
+    {
+        std::vector<std::uint32_t> vSorted = vNumbers;
+        std::sort(vSorted.begin(), vSorted.end());
+        return std::adjacent_find(vSorted.begin(), vSorted.end()) != vSorted.end();
     }
 
     // Appends each triangle with an opposite corner that a triangle before it on the edge has.
-    void collectLater(const REdge& edge, std::vector<RTriangle*>& vLaterT)
+    void collectLater(std::vector<RTriangle*>& vLaterT) const
     {
-        fill(edge);
         std::vector<std::uint32_t> vSeen;
         for (size_t i = 0; i < vRT.size(); ++i) {
             const auto pos = std::lower_bound(vSeen.begin(), vSeen.end(), vNumbers[i]);
@@ -73,18 +74,19 @@ public:
     }
 
 private:
-    void fill(const REdge& edge)
-    {
-        vRT.clear();
-        vNumbers.clear();
-        edge.getAliveT(vRT);
-        for (const RTriangle* pRT : vRT)
-            vNumbers.push_back(numberOf(pRT->getThirdPoint(edge.getVtx0(), edge.getVtx1())));
-    }
-
     std::vector<RTriangle*> vRT;
-    std::vector<std::uint32_t> vNumbers;
+    std::vector<std::uint32_t> vNumbers; // parallel to vRT
 };
+
+// True if two triangles of the edge have the same opposite corner.
+bool hasTwins(const REdge& edge)
+{
+    RTriangle *pT0 = nullptr, *pT1 = nullptr;
+    if (edge.getAdjT(pT0, pT1, true)) // nearly all edges; this reads no vertex
+        return pT0->getThirdPoint(edge.getVtx0(), edge.getVtx1()) ==
+               pT1->getThirdPoint(edge.getVtx0(), edge.getVtx1());
+    return edge.getDegree() > 2 && OppositeCorners(edge).hasRepeated();
+}
 
 // By the endpoints: the order in which a map of all edges under their vertex pairs would be walked.
 bool lessByEndpoints(const REdge* p0, const REdge* p1)
@@ -93,6 +95,47 @@ bool lessByEndpoints(const REdge* p0, const REdge* p1)
     const std::uint32_t low1 = numberOf(p1->getVtx0());
     return low0 != low1 ? low0 < low1 : numberOf(p0->getVtx1()) < numberOf(p1->getVtx1());
 }
+
+// What hangs together over edges of degree 2, and which of its triangles are turned against the first one. It
+// is found by joining, edge after edge in the order of creation, in which neighbours mostly lie near in
+// memory: a walk from neighbour to neighbour waits for memory twice as long.
+class Sheets
+{
+public:
+    Sheets(size_t numT, const std::vector<REdge*>& vRE) : forest(numT)
+    {
+        RTriangle *pT0 = nullptr, *pT1 = nullptr;
+        for (const REdge* pRE : vRE)
+            if (pRE->getAdjT(pT0, pT1, true))
+                join(*pT0, *pT1);
+        for (SideForest::Index& number : vOneSided)
+            number = forest.find(number).index;
+        std::sort(vOneSided.begin(), vOneSided.end());
+    }
+
+    // The triangle of the sheet with the lowest number.
+    SideForest::Root rootOf(const RTriangle& triangle) { return forest.find(numberOf(&triangle)); }
+
+    bool isOneSided(SideForest::Index root) const
+    {
+        return std::binary_search(vOneSided.begin(), vOneSided.end(), root);
+    }
+
+private:
+    void join(const RTriangle& triangle0, const RTriangle& triangle1)
+    {
+        const SideForest::Root root0 = rootOf(triangle0);
+        const SideForest::Root root1 = rootOf(triangle1);
+        const bool bTurned = triangle0.needFlip(&triangle1) != (root0.bTurned != root1.bTurned);
+        if (root0.index != root1.index)
+            forest.attach(std::max(root0.index, root1.index), std::min(root0.index, root1.index), bTurned);
+        else if (bTurned)
+            vOneSided.push_back(root0.index);
+    }
+
+    SideForest forest;                        // of the triangles, by number
+    std::vector<SideForest::Index> vOneSided; // a triangle of each sheet that is; at last the roots, sorted
+};
 
 } // namespace
 
@@ -150,19 +193,20 @@ bool RMesh::findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg)
 size_t RMesh::killDuplicateTriangles()
 {
     const StageTimer stage("RM_kdup");
-    OppositeCorners oppCorners;
-    std::vector<REdge*> vFoundRE;
-    std::copy_if(vRE.begin(), vRE.end(), std::back_inserter(vFoundRE),
-                 [&](const REdge* pRE) { return oppCorners.hasRepeated(*pRE); });
-    std::sort(vFoundRE.begin(), vFoundRE.end(), lessByEndpoints);
-
     std::vector<RTriangle*> vKillT;
-    for (const REdge* pRE : vFoundRE)
-        oppCorners.collectLater(*pRE, vKillT);
+    getDuplicateTriangles(vRE, vKillT);
     for (RTriangle* pRT : vKillT)
         if (pRT->isAlive())
             pRT->kill(this);
     return vKillT.size();
+}
+
+void RMesh::getDuplicateTriangles(const std::vector<REdge*>& vAmongRE, std::vector<RTriangle*>& vLaterT) const
+{
+    std::vector<REdge*> vFoundRE = selectMT(vAmongRE, [](const REdge* pRE) { return hasTwins(*pRE); });
+    std::sort(vFoundRE.begin(), vFoundRE.end(), lessByEndpoints);
+    for (const REdge* pRE : vFoundRE)
+        OppositeCorners(*pRE).collectLater(vLaterT);
 }
 
 size_t RMesh::createPatchesOrient()
@@ -170,31 +214,35 @@ size_t RMesh::createPatchesOrient()
     const StageTimer stage("RM_cpo");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_cpo", vT.size());
     vRP.clear();
+    Sheets sheets(vT.size(), vRE);
     for (RTriangle* pRT : vT) {
-        pRT->bVisited = false;
         pRT->pPatch = nullptr;
-    }
-    std::vector<RTriangle*> vQueue;
-    vQueue.reserve(vT.size());
-    for (RTriangle* pRT : vT) {
-        if (!pRT->isAlive() || pRT->bVisited)
+        if (!pRT->isAlive())
             continue;
-        vRP.push_back(std::make_unique<RPatch>(this, static_cast<int>(vRP.size())));
-        growPatch(pRT, *vRP.back(), vQueue, pProgress);
+        pProgress->tick();
+        const SideForest::Root root = sheets.rootOf(*pRT);
+        if (root.index == numberOf(pRT)) {
+            vRP.push_back(std::make_unique<RPatch>(this, static_cast<int>(vRP.size())));
+            vRP.back()->addTriangle(pRT);
+            if (sheets.isOneSided(root.index))
+                orientByWalk(pRT);
+            continue;
+        }
+        vT[root.index]->pPatch->addTriangle(pRT);
+        if (root.bTurned && !sheets.isOneSided(root.index))
+            pRT->flipOrientation();
     }
     pProgress->finish(true);
     return vRP.size();
 }
 
-// vQueue: working memory only.
-void RMesh::growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& vQueue, Progress* pProgress)
+// Turns each triangle of a sheet as its neighbour nearer to the seed has it.
+void RMesh::orientByWalk(RTriangle* pSeed)
 {
-    vQueue.assign(1, pSeed);
+    std::vector<RTriangle*> vQueue{pSeed};
     pSeed->bVisited = true;
     for (size_t front = 0; front < vQueue.size(); ++front) {
         RTriangle* pRT = vQueue[front];
-        pProgress->tick();
-        pRT->pPatch = &patch;
         for (const REdge* pRE : pRT->aOppRE) {
             RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(pRT) : nullptr;
             if (pNeig == nullptr || pNeig->bVisited)
@@ -205,7 +253,8 @@ void RMesh::growPatch(RTriangle* pSeed, RPatch& patch, std::vector<RTriangle*>& 
             pNeig->bVisited = true;
         }
     }
-    patch.setTriangles(vQueue);
+    for (RTriangle* pRT : vQueue)
+        pRT->bVisited = false;
 }
 
 } // namespace TESK_ZAN

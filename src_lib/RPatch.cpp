@@ -22,12 +22,6 @@ void RPatch::addTriangle(RTriangle* pRT)
     vRT.push_back(pRT);
 }
 
-void RPatch::setTriangles(const std::vector<RTriangle*>& vMembers)
-{
-    vRT = vMembers;
-    bSorted = false;
-}
-
 size_t RPatch::getNumAliveT() const
 {
     return static_cast<size_t>(

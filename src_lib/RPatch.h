@@ -25,9 +25,6 @@ public:
     // to one patch at most.
     void addTriangle(RTriangle* pRT);
 
-    // The members all at once, of a new patch; the caller has noted the patch in them.
-    void setTriangles(const std::vector<RTriangle*>& vMembers);
-
     int getId() const { return id; }
     bool isAlive() const { return bAlive; }
     RMesh* getRMesh() const { return pRMesh; }

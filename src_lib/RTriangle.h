@@ -115,7 +115,7 @@ private:
     Vector3 nnv;      // all zero: to be computed by the next reader
     RPatch* pPatch;   // not owned
     std::uint32_t number;
-    bool bVisited; // work flag of the patch stage
+    bool bVisited; // work flag of the patch stage, false outside of it
     bool bAlive;
 };
 

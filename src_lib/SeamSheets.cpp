@@ -49,15 +49,14 @@ void sortUnique(std::vector<std::uint32_t>& v)
 
 // ---- Seams and patches ----
 
-SeamSheets::SeamSheets(const RMesh& mesh_) : mesh(mesh_)
+SeamSheets::SeamSheets(const RMesh& mesh_, std::vector<REdge*> vSeamRE_)
+    : mesh(mesh_), vSeamRE(std::move(vSeamRE_))
 {
-    constexpr int ABOVE_2 = -1;
-    mesh.getDegN(ABOVE_2, vSeamRE);
     const auto& vRP = mesh.getPatches();
     vPatches.reserve(vRP.size());
     for (const auto& pPatch : vRP) {
         vPatches.emplace_back();
-        vPatches.back().numT = pPatch->getNumAliveT();
+        vPatches.back().numT = pPatch->getTriangles().size();
     }
     forest = SideForest(vPatches.size());
     vSeams.reserve(vSeamRE.size());

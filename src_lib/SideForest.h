@@ -1,4 +1,4 @@
-// Subsystem: real mesh. Builds on: the standard library. Used by: SeamSheets, twistLines.
+// Subsystem: real mesh. Builds on: the standard library. Used by: RMesh, SeamSheets, twistLines.
 // Groups of things with two sides, that grow by joining.
 #pragma once
 

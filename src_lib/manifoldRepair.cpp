@@ -8,6 +8,8 @@
 #include "twistLines.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
 
 namespace TESK_ZAN
 {
@@ -15,51 +17,91 @@ namespace TESK_ZAN
 namespace
 {
 
-constexpr int ABOVE_2 = -1; // for getDegN
+// What is wrong at a vertex; flags.
+using Faults = std::uint8_t;
+constexpr Faults MORE_FANS = 1; // its triangles are not one fan or half-fan over edges of degree 2
+constexpr Faults PILLOW = 2;    // it has two triangles and they are twins
+constexpr Faults TWISTED = 4;   // two neighbours in a fan run through their edge in the same direction
 
-// The next triangle round the vertex, over pRE, which becomes the edge behind it. Null where no fan goes on.
-RTriangle* stepRound(const Point3* pVtx, const RTriangle* pRT, const REdge*& pRE)
+// A walk from triangle to triangle round a vertex, over edges of degree 2.
+class FanWalk
 {
-    RTriangle* pNextT = pRE->getDegree() == 2 ? pRE->getOtherT(pRT) : nullptr;
-    if (pNextT == nullptr)
-        return nullptr;
-    const int ici = pNextT->getICI(pVtx);
-    const REdge* pBehind = pNextT->getRE((ici + 1) % 3);
-    pRE = pBehind != pRE ? pBehind : pNextT->getRE((ici + 2) % 3);
-    return pNextT;
-}
+public:
+    // side: over the edge opposite the next (1) or the previous (2) corner of the first triangle.
+    FanWalk(const Point3* pVtx_, const RTriangle* pFirstT, int side_) : pVtx(pVtx_), pRT(pFirstT), side(side_)
+    {
+    }
 
-// True if all triangles at the vertex are one fan or half-fan over edges of degree 2.
-bool isOneFan(const RMesh& mesh, const Point3* pVtx)
+    // The next triangle; null where the fan ends.
+    const RTriangle* step()
+    {
+        const REdge* pRE = pRT->getRE((pRT->getICI(pVtx) + side) % 3);
+        pRT = pRE->getDegree() == 2 ? pRE->getOtherT(pRT) : nullptr;
+        if (pRT == nullptr)
+            return nullptr;
+        const int nextSide = pRT->getRE((pRT->getICI(pVtx) + 1) % 3) == pRE ? 2 : 1;
+        bTwisted = bTwisted || nextSide != side;
+        side = nextSide;
+        return pRT;
+    }
+
+    bool hasTwist() const { return bTwisted; }
+
+private:
+    const Point3* pVtx;
+    const RTriangle* pRT;
+    int side; // changes only over an edge on which the triangles disagree
+    bool bTwisted = false;
+};
+
+// TWISTED is sure to be told only where all is one fan.
+Faults findFaults(const RMesh& mesh, const Point3* pVtx)
 {
     const auto& vTNumbers = recordOf(pVtx).vTNumbers;
+    if (vTNumbers.empty())
+        return 0;
     const RTriangle* pFirstT = mesh.getAllT()[vTNumbers[0]];
-    const int ici = pFirstT->getICI(pVtx);
     size_t numReached = 1;
+    bool bClosed = false;
+    Faults faults = 0;
     for (const int side : {1, 2}) {
-        const REdge* pRE = pFirstT->getRE((ici + side) % 3);
-        const RTriangle* pRT = stepRound(pVtx, pFirstT, pRE);
-        for (; pRT != nullptr && pRT != pFirstT; pRT = stepRound(pVtx, pRT, pRE))
+        if (bClosed)
+            break; // the other side would count the same ones again
+        FanWalk walk(pVtx, pFirstT, side);
+        const RTriangle* pRT = walk.step();
+        for (; pRT != nullptr && pRT != pFirstT; pRT = walk.step())
             ++numReached;
-        if (pRT == pFirstT)
-            break; // closed: the other side would count the same ones again
+        bClosed = pRT == pFirstT;
+        if (walk.hasTwist())
+            faults |= TWISTED;
     }
-    return numReached == vTNumbers.size();
+    if (numReached != vTNumbers.size())
+        faults |= MORE_FANS;
+    else if (bClosed && numReached == 2)
+        faults |= PILLOW;
+    return faults;
 }
 
-// Those with more than one fan. In parallel.
-std::vector<Point3*> selectBadVtx(const RMesh& mesh, const std::vector<Point3*>& vVtx)
+// All edges at these vertices, by number.
+std::vector<REdge*> edgesAt(const RMesh& mesh, const std::vector<Point3*>& vVtx)
 {
-    std::vector<char> vBad(vVtx.size(), 0);
-    forRangeMT(vVtx.size(), [&](size_t begin, size_t end) {
-        for (size_t i = begin; i < end; ++i)
-            vBad[i] = isOneFan(mesh, vVtx[i]) ? 0 : 1;
-    });
-    std::vector<Point3*> vBadVtx;
-    for (size_t i = 0; i < vVtx.size(); ++i)
-        if (vBad[i] != 0)
-            vBadVtx.push_back(vVtx[i]);
-    return vBadVtx;
+    std::vector<REdge*> vAllRE;
+    std::vector<REdge*> vRE;
+    for (const Point3* pVtx : vVtx) {
+        mesh.getIncidentRE(pVtx, vRE);
+        vAllRE.insert(vAllRE.end(), vRE.begin(), vRE.end());
+    }
+    sortUniqueByNumber(vAllRE);
+    return vAllRE;
+}
+
+// Those with more than two triangles.
+std::vector<REdge*> selectOverfull(const std::vector<REdge*>& vRE)
+{
+    std::vector<REdge*> vOverfullRE;
+    std::copy_if(vRE.begin(), vRE.end(), std::back_inserter(vOverfullRE),
+                 [](const REdge* pRE) { return pRE->getDegree() > 2; });
+    return vOverfullRE;
 }
 
 // Midway between the endpoints; each half of a coordinate first, so that the sum stays finite.
@@ -72,6 +114,8 @@ Point3 midpointOf(const REdge& edge)
     return mid;
 }
 
+// One pass over the vertices finds all defects, and the rest is done around them: they are few, and the mesh
+// is large. Only the patches take a pass of their own.
 class Repair
 {
 public:
@@ -98,34 +142,61 @@ private:
     void findDefects()
     {
         const StageTimer stage("RM_defects");
-        vOverfullRE.clear();
-        mesh.getDegN(ABOVE_2, vOverfullRE);
-        std::vector<Point3*> vVtx;
-        mesh.getPoints(vVtx);
-        vBadVtx = selectBadVtx(mesh, vVtx);
+        std::vector<Faults> vFaults(mesh.getNumVtx());
+        forRangeMT(vFaults.size(), [&](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i)
+                vFaults[i] = findFaults(mesh, mesh.getVtx(i));
+        });
+        vBadVtx.clear();
+        vPillowVtx.clear();
+        bTwisted = false;
+        for (size_t i = 0; i < vFaults.size(); ++i) {
+            if (vFaults[i] == 0)
+                continue;
+            if ((vFaults[i] & MORE_FANS) != 0)
+                vBadVtx.push_back(mesh.getVtx(i));
+            if ((vFaults[i] & PILLOW) != 0)
+                vPillowVtx.push_back(mesh.getVtx(i));
+            bTwisted = bTwisted || (vFaults[i] & TWISTED) != 0;
+        }
+        // No single fan has more than two ends, so both endpoints of such an edge are bad.
+        vOverfullRE = selectOverfull(edgesAt(mesh, vBadVtx));
     }
 
-    // Twins would meet each other in all of their edges, and leave a pillow of two triangles.
+    // Twins would meet each other in all of their edges, and leave a pillow of two triangles. At each of
+    // their corners they are a fan of two if both edges there have no other triangle, and else an end of an
+    // overfull edge: so all their edges are at the vertices that have been found.
     void removeTwins()
     {
-        const size_t numBefore = mesh.getNumT();
-        mesh.killDuplicateTriangles();
-        report.numRemovedT += numBefore - mesh.getNumT();
+        std::vector<Point3*> vVtx = vBadVtx;
+        vVtx.insert(vVtx.end(), vPillowVtx.begin(), vPillowVtx.end());
+        std::vector<RTriangle*> vTwinT;
+        mesh.getDuplicateTriangles(edgesAt(mesh, vVtx), vTwinT);
+        for (RTriangle* pRT : vTwinT) {
+            if (!pRT->isAlive())
+                continue; // was found at another edge
+            pRT->kill(&mesh);
+            ++report.numRemovedT;
+        }
     }
 
     void partSheets()
     {
         mesh.createPatchesOrient();
-        SeamSheets sheets(mesh);
+        SeamSheets sheets(mesh, selectOverfull(vOverfullRE));
         sheets.decide();
         std::vector<RTriangle*> vScrapT;
         sheets.getScrapT(vScrapT);
         for (RTriangle* pRT : vScrapT)
             pRT->kill(&mesh);
         report.numRemovedT += vScrapT.size();
+        const size_t numVtxBefore = mesh.getNumVtx();
         FanSplitter splitter(mesh, sheets.getJoints());
         split(splitter, sheets.getSeams());
-        splitInseparable(splitter, sheets.getJoints());
+        std::vector<Point3*> vVtx = vBadVtx;
+        for (size_t i = numVtxBefore; i < mesh.getNumVtx(); ++i)
+            vVtx.push_back(mesh.getVtx(i));
+        splitInseparable(selectOverfull(edgesAt(mesh, vVtx)), splitter, sheets.getJoints());
     }
 
     // Splits the fans at the bad vertices and at the ends of these edges.
@@ -143,12 +214,11 @@ private:
 
     // What meets in an edge may hang together around both of its ends. So each pair gets a vertex of its own
     // in the middle. Where a triangle has two such edges, the second one is left for the next round.
-    void splitInseparable(const FanSplitter& splitter, const EdgeJoints& joints)
+    void splitInseparable(const std::vector<REdge*>& vStillRE, const FanSplitter& splitter,
+                          const EdgeJoints& joints)
     {
-        vOverfullRE.clear();
-        mesh.getDegN(ABOVE_2, vOverfullRE);
         const size_t numBefore = mesh.getAllT().size();
-        for (REdge* pRE : vOverfullRE) {
+        for (const REdge* pRE : vStillRE) {
             std::vector<RTriangle*> vRT;
             pRE->getAliveT(vRT);
             const bool bTouched = std::any_of(
@@ -199,7 +269,7 @@ private:
     // at each vertex of the line.
     void cutTwists()
     {
-        if (findTwistedRE(mesh).empty())
+        if (!bTwisted)
             return;
         mesh.createPatchesOrient();
         const std::vector<REdge*> vTwistedRE = orientTwisted(mesh);
@@ -219,7 +289,9 @@ private:
     RMesh& mesh;
     RepairReport report;
     std::vector<REdge*> vOverfullRE; // by number
-    std::vector<Point3*> vBadVtx;    // by number
+    std::vector<Point3*> vBadVtx;    // with MORE_FANS, by number
+    std::vector<Point3*> vPillowVtx; // by number
+    bool bTwisted = false;           // some edge is; known once there are no other defects
 };
 
 } // namespace

@@ -382,4 +382,17 @@ void transformMT_N(const std::vector<In>& in, std::vector<Out>& out, F f, int N)
     });
 }
 
+// The elements with pred(const T&), in their order.
+template <class T, class Pred>
+std::vector<T> selectMT(const std::vector<T>& v, Pred pred)
+{
+    std::vector<char> vChosen;
+    transformMT(v, vChosen, [&pred](const T& value) -> char { return pred(value) ? 1 : 0; });
+    std::vector<T> vSelected;
+    for (size_t i = 0; i < v.size(); ++i)
+        if (vChosen[i] != 0)
+            vSelected.push_back(v[i]);
+    return vSelected;
+}
+
 } // namespace TESK_ZAN

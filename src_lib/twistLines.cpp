@@ -125,17 +125,7 @@ void turnOutvoted(std::vector<RTriangle*> vQueue)
 
 std::vector<REdge*> findTwistedRE(const RMesh& mesh)
 {
-    const std::vector<REdge*>& vRE = mesh.getAllRE();
-    std::vector<char> vTwisted(vRE.size(), 0);
-    forRangeMT(vRE.size(), [&](size_t begin, size_t end) {
-        for (size_t i = begin; i < end; ++i)
-            vTwisted[i] = isTwisted(*vRE[i]) ? 1 : 0;
-    });
-    std::vector<REdge*> vTwistedRE;
-    for (size_t i = 0; i < vRE.size(); ++i)
-        if (vTwisted[i] != 0)
-            vTwistedRE.push_back(vRE[i]);
-    return vTwistedRE;
+    return selectMT(mesh.getAllRE(), [](const REdge* pRE) { return isTwisted(*pRE); });
 }
 
 std::vector<REdge*> orientTwisted(RMesh& mesh)
