@@ -11,6 +11,7 @@
 #include "manifoldRepair.h"
 #include "messages.h"
 #include "orientOutward.h"
+#include "pinholes.h"
 #include "shapeRepair.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
@@ -93,13 +94,14 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh()
     return pRMesh;
 }
 
-// What the stages promise where the data allow it, now everywhere: two-manifold, oriented, without slivers,
-// closed surfaces outward.
+// What the stages promise where the data allow it, now everywhere: two-manifold, oriented, without pinholes
+// and slivers, closed surfaces outward.
 void Hal::finish(RMesh& mesh)
 {
     const RepairReport report = repairNonManifold(mesh);
     if (!report.isUntouched())
         ZAN_INFO(toText(report));
+    closePinholes(mesh);
     repairShapes(mesh);
     orientOutward(mesh);
 }
