@@ -61,26 +61,6 @@ double REdge::getLength() const
     return (*aEndpoints[1] - *aEndpoints[0]).length();
 }
 
-bool REdge::getAdjT(RTriangle*& pT0, RTriangle*& pT1, bool bExactly2) const
-{
-    pT0 = vRT.size() > 0 ? vRT[0] : nullptr;
-    pT1 = vRT.size() > 1 ? vRT[1] : nullptr;
-    return bExactly2 ? vRT.size() == 2 : vRT.size() >= 2;
-}
-
-RTriangle* REdge::getOtherT(const RTriangle* pRT) const
-{
-    RTriangle* pOther = nullptr;
-    for (RTriangle* pCandidate : vRT) {
-        if (pCandidate == pRT)
-            continue;
-        if (pOther != nullptr)
-            return nullptr;
-        pOther = pCandidate;
-    }
-    return pOther;
-}
-
 RTriangle* REdge::getTriangle(bool bMustExist, bool bUnique) const
 {
     zanAssert(!bMustExist || !vRT.empty());
@@ -140,17 +120,9 @@ REdge* REdge::tryFlipEdge(RMesh* pRMesh, RTriangle* pRT0, RTriangle* pRT1)
     if (isFlatAngle(*pOpp0, *pOpp1, *aEndpoints[0]) || isFlatAngle(*pOpp0, *pOpp1, *aEndpoints[1]))
         return nullptr;
 
-    pRT0->kill(pRMesh);
-    pRT1->kill(pRMesh);
-    RTriangle* pNewT = nullptr;
-    if (c.pNext == aEndpoints[0]) {
-        pNewT = pRMesh->recreateT(pRT0, pOpp0, aEndpoints[0], pOpp1);
-        pRMesh->recreateT(pRT1, pOpp1, aEndpoints[1], pOpp0);
-    } else {
-        pNewT = pRMesh->recreateT(pRT0, pOpp1, aEndpoints[0], pOpp0);
-        pRMesh->recreateT(pRT1, pOpp0, aEndpoints[1], pOpp1);
-    }
-    return pNewT->getRE(1);
+    if (c.pNext == aEndpoints[0])
+        return pRMesh->turnDiagonal(pRT0, pRT1, {pOpp0, aEndpoints[0], pOpp1, aEndpoints[1]});
+    return pRMesh->turnDiagonal(pRT0, pRT1, {pOpp1, aEndpoints[0], pOpp0, aEndpoints[1]});
 }
 
 bool REdge::trySplitNeigsKillT(RMesh* pRMesh, RTriangle* pKillRT, int ici, std::vector<RTriangle*>& vNewT)

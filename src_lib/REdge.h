@@ -35,10 +35,26 @@ public:
 
     // Stores the first two triangles, null where there are fewer. True if the degree is exactly 2
     // (bExactly2), or at least 2.
-    bool getAdjT(RTriangle*& pT0, RTriangle*& pT1, bool bExactly2) const;
+    bool getAdjT(RTriangle*& pT0, RTriangle*& pT1, bool bExactly2) const
+    {
+        pT0 = vRT.size() > 0 ? vRT[0] : nullptr;
+        pT1 = vRT.size() > 1 ? vRT[1] : nullptr;
+        return bExactly2 ? vRT.size() == 2 : vRT.size() >= 2;
+    }
 
     // The one triangle other than pRT; null if there is none, or more than one.
-    RTriangle* getOtherT(const RTriangle* pRT) const;
+    RTriangle* getOtherT(const RTriangle* pRT) const
+    {
+        RTriangle* pOther = nullptr;
+        for (RTriangle* pCandidate : vRT) {
+            if (pCandidate == pRT)
+                continue;
+            if (pOther != nullptr)
+                return nullptr;
+            pOther = pCandidate;
+        }
+        return pOther;
+    }
 
     // The first triangle, null if there is none. bMustExist makes none a failed condition, bUnique a second
     // one.

@@ -165,12 +165,32 @@ RTriangle* RMesh::createT(Point3* p0, Point3* p1, Point3* p2)
     return pRT;
 }
 
-RTriangle* RMesh::recreateT(RTriangle* pDeadRT, Point3* p0, Point3* p1, Point3* p2)
+// Puts the triangles (0, 1, 2) and (2, 3, 0) of the ring of four vertices into the records of two that meet
+// in the diagonal from 1 to 3. Returns the new diagonal, which must not be alive yet. Most time of a loop of
+// flips goes here: the four edges around are not looked up, since they stay.
+REdge* RMesh::turnDiagonal(RTriangle* pRT0, RTriangle* pRT1, const Ring4& ring)
 {
-    zanAssert(!pDeadRT->isAlive() && p0 != p1 && p1 != p2 && p2 != p0);
-    *pDeadRT = RTriangle(p0, p1, p2, pDeadRT->number);
-    registerTriangle(pDeadRT);
-    return pDeadRT;
+    const auto [p0, p1, p2, p3] = ring;
+    REdge* pOldRE = pRT0->getRE(pRT0->getICI(p1, p3));
+    const auto rimBetween = [&](const Point3* pA, const Point3* pB) {
+        const RTriangle* pRT = pRT0->hasEdge(pA, pB) ? pRT0 : pRT1;
+        return pRT->getRE(pRT->getICI(pA, pB));
+    };
+    REdge* const aRimRE[4] = {rimBetween(p0, p1), rimBetween(p1, p2), rimBetween(p2, p3), rimBetween(p3, p0)};
+    checkOutTriangle(pRT0);
+    checkOutTriangle(pRT1);
+    zanAssert(!pOldRE->isAlive());
+    parkDeadEdge(pOldRE);
+    REdge* pNewRE = reviveOrCreateRE(p0, p2);
+
+    *pRT0 = RTriangle(p0, p1, p2, pRT0->number);
+    *pRT1 = RTriangle(p2, p3, p0, pRT1->number);
+    REdge* const aOppRE[2][3] = {{aRimRE[1], pNewRE, aRimRE[0]}, {aRimRE[3], pNewRE, aRimRE[2]}};
+    std::copy(aOppRE[0], aOppRE[0] + 3, pRT0->aOppRE);
+    std::copy(aOppRE[1], aOppRE[1] + 3, pRT1->aOppRE);
+    checkInTriangle(pRT0);
+    checkInTriangle(pRT1);
+    return pNewRE;
 }
 
 void RMesh::registerTriangle(RTriangle* pRT)
@@ -181,16 +201,38 @@ void RMesh::registerTriangle(RTriangle* pRT)
     pRT->aOppRE[2] = getOrCreateRE(p0, p1);
     pRT->aOppRE[0] = getOrCreateRE(p1, p2);
     pRT->aOppRE[1] = getOrCreateRE(p0, p2);
+    checkInTriangle(pRT);
+}
+
+void RMesh::checkInTriangle(RTriangle* pRT)
+{
     for (REdge* pRE : pRT->aOppRE)
         pRE->checkIn(pRT);
     for (Point3* pCorner : pRT->aCorners)
         recordOf(pCorner).vTNumbers.push_back(pRT->number);
 }
 
+void RMesh::checkOutTriangle(RTriangle* pRT)
+{
+    for (REdge* pRE : pRT->aOppRE)
+        pRE->checkOut(pRT);
+    for (Point3* pCorner : pRT->aCorners) {
+        auto& vNumbers = recordOf(pCorner).vTNumbers;
+        const auto pos = std::find(vNumbers.begin(), vNumbers.end(), pRT->number);
+        zanAssert(pos != vNumbers.end());
+        vNumbers.shiftErase(static_cast<size_t>(pos - vNumbers.begin()));
+    }
+}
+
 REdge* RMesh::getOrCreateRE(Point3* p0, Point3* p1)
 {
-    if (REdge* pRE = findAliveRE(p0, p1))
-        return pRE;
+    REdge* pRE = findAliveRE(p0, p1);
+    return pRE != nullptr ? pRE : reviveOrCreateRE(p0, p1);
+}
+
+// Of a pair that has no alive edge.
+REdge* RMesh::reviveOrCreateRE(Point3* p0, Point3* p1)
+{
     if (REdge* pDeadRE = takeDeadRE(p0, p1))
         return pDeadRE;
     auto* pRE = new (rePool.newObject()) REdge(p0, p1, nextNumber(vRE.size()));
@@ -229,16 +271,6 @@ REdge* RMesh::takeDeadRE(const Point3* p0, const Point3* p1)
     REdge* pRE = *ppRE;
     mDeadRE.erase(key);
     return pRE;
-}
-
-void RMesh::unregisterTriangle(RTriangle* pRT)
-{
-    for (Point3* pCorner : pRT->aCorners) {
-        auto& vNumbers = recordOf(pCorner).vTNumbers;
-        const auto pos = std::find(vNumbers.begin(), vNumbers.end(), pRT->number);
-        zanAssert(pos != vNumbers.end());
-        vNumbers.shiftErase(static_cast<size_t>(pos - vNumbers.begin()));
-    }
 }
 
 void RMesh::exchangeCorner(Point3* pSrc, Point3* pTrg)

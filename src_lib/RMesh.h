@@ -12,6 +12,7 @@
 #include "tesk_tools/FlatMap.h"
 #include "tesk_tools/SimplePool.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -249,12 +250,16 @@ private:
     RMesh(double cellSize, size_t numVtx, size_t numT, size_t numRE);
 
     // RMesh.cpp
-    Point3* newVtx(const Point3& p);                                              // not yet in mPointVertex
-    RTriangle* recreateT(RTriangle* pDeadRT, Point3* p0, Point3* p1, Point3* p2); // in the record of pDeadRT
+    using Ring4 = std::array<Point3*, 4>;
+
+    Point3* newVtx(const Point3& p); // not yet in mPointVertex
+    REdge* turnDiagonal(RTriangle* pRT0, RTriangle* pRT1, const Ring4& ring);
     void registerTriangle(RTriangle* pRT);
+    void checkInTriangle(RTriangle* pRT);
+    void checkOutTriangle(RTriangle* pRT);
     REdge* getOrCreateRE(Point3* p0, Point3* p1);
+    REdge* reviveOrCreateRE(Point3* p0, Point3* p1);
     REdge* findAliveRE(const Point3* p0, const Point3* p1) const;
-    void unregisterTriangle(RTriangle* pRT);
     void parkDeadEdge(REdge* pRE);
     REdge* takeDeadRE(const Point3* p0, const Point3* p1);
     void moveEdge(REdge* pRE, Point3* pSrc, Point3* pTrg);

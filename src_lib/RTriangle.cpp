@@ -147,13 +147,16 @@ bool RTriangle::isDegenerate() const
 void RTriangle::kill(RMesh* pRMesh)
 {
     zanAssert(bAlive);
-    for (REdge* pRE : aOppRE) {
-        pRE->checkOut(this);
+    pRMesh->checkOutTriangle(this);
+    for (REdge* pRE : aOppRE)
         if (!pRE->isAlive())
             pRMesh->parkDeadEdge(pRE);
-    }
-    pRMesh->unregisterTriangle(this);
     bAlive = false;
+}
+
+void RTriangle::failForeignCorner()
+{
+    zanFail();
 }
 
 void RTriangle::setCorner(int ici, Point3* pVtx)

@@ -4,7 +4,6 @@
 
 #include "RVertex.h"
 #include "Vector3.h"
-#include "zanAssert.h"
 
 #include <cstdint>
 #include <vector>
@@ -56,12 +55,14 @@ public:
             return 0;
         if (aCorners[1] == pVtx)
             return 1;
-        zanAssert(aCorners[2] == pVtx);
+        if (aCorners[2] != pVtx) [[unlikely]]
+            failForeignCorner();
         return 2;
     }
     int getICI(const Point3* p0, const Point3* p1) const
     {
-        zanAssert(p0 != p1);
+        if (p0 == p1) [[unlikely]]
+            failForeignCorner();
         return 3 - getICI(p0) - getICI(p1);
     }
     Point3* getThirdPoint(const Point3* p0, const Point3* p1) const { return aCorners[getICI(p0, p1)]; }
@@ -108,6 +109,8 @@ private:
     friend class RMesh;
     friend class RPatch;
 
+    [[noreturn]] static void
+    failForeignCorner(); // out of line, so that what can fail is inlined all the same
     void setCorner(int ici, Point3* pVtx);
 
     Point3* aCorners[3];
