@@ -97,17 +97,17 @@ bool lessByEndpoints(const REdge* p0, const REdge* p1)
 }
 
 // What hangs together over edges of degree 2, and which of its triangles are turned against the first one. It
-// is found by joining, edge after edge in the order of creation, in which neighbours mostly lie near in
-// memory: a walk from neighbour to neighbour waits for memory twice as long.
+// is found by joining triangles in the order of creation, in which neighbours mostly lie near in memory: a
+// walk from neighbour to neighbour waits for memory twice as long, and so does one over the edges, which
+// flips have put out of order.
 class Sheets
 {
 public:
-    Sheets(size_t numT, const std::vector<REdge*>& vRE) : forest(numT)
+    explicit Sheets(const std::vector<RTriangle*>& vT) : forest(vT.size())
     {
-        RTriangle *pT0 = nullptr, *pT1 = nullptr;
-        for (const REdge* pRE : vRE)
-            if (pRE->getAdjT(pT0, pT1, true))
-                join(*pT0, *pT1);
+        for (const RTriangle* pRT : vT)
+            if (pRT->isAlive())
+                joinToLower(*pRT);
         for (SideForest::Index& number : vOneSided)
             number = forest.find(number).index;
         std::sort(vOneSided.begin(), vOneSided.end());
@@ -122,6 +122,16 @@ public:
     }
 
 private:
+    void joinToLower(const RTriangle& triangle)
+    {
+        for (int ici = 0; ici < 3; ++ici) {
+            const REdge* pRE = triangle.getRE(ici);
+            const RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(&triangle) : nullptr;
+            if (pNeig != nullptr && numberOf(pNeig) < numberOf(&triangle))
+                join(*pNeig, triangle);
+        }
+    }
+
     void join(const RTriangle& triangle0, const RTriangle& triangle1)
     {
         const SideForest::Root root0 = rootOf(triangle0);
@@ -214,7 +224,7 @@ size_t RMesh::createPatchesOrient()
     const StageTimer stage("RM_cpo");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_cpo", vT.size());
     vRP.clear();
-    Sheets sheets(vT.size(), vRE);
+    Sheets sheets(vT);
     for (RTriangle* pRT : vT) {
         pRT->pPatch = nullptr;
         if (!pRT->isAlive())

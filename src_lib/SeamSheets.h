@@ -29,8 +29,8 @@ namespace TESK_ZAN
 class SeamSheets
 {
 public:
-    // vSeamRE: all seams, by number. The patches must be fresh: createPatchesOrient. The mesh must not change
-    // while this lives.
+    // vSeamRE: all seams, by number. If there are any the patches must be fresh: createPatchesOrient. The
+    // mesh must not change while this lives.
     SeamSheets(const RMesh& mesh, std::vector<REdge*> vSeamRE);
 
     // Both steps. Call it once. O(s log s) in the number of seams, cubic in the triangles that meet in one of

@@ -130,9 +130,13 @@ public:
         report.numBadVtx = vBadVtx.size();
         while (!vOverfullRE.empty() || !vBadVtx.empty()) {
             ++report.numRounds;
-            removeTwins();
+            const size_t numVtxBefore = mesh.getNumVtx();
+            std::vector<Point3*> vVtx = vBadVtx;
+            vVtx.insert(vVtx.end(), vPillowVtx.begin(), vPillowVtx.end());
+            removeTwins(edgesAt(mesh, vVtx));
             partSheets();
-            findDefects();
+            appendVtxFrom(numVtxBefore, vVtx);
+            findDefectsAround(std::move(vVtx));
         }
         cutTwists();
         return report;
@@ -141,49 +145,81 @@ public:
 private:
     void findDefects()
     {
+        std::vector<Point3*> vVtx;
+        mesh.getPoints(vVtx);
+        findDefectsAmong(vVtx);
+    }
+
+    // What a round does at other vertices than these and their neighbours takes all of their triangles.
+    void findDefectsAround(std::vector<Point3*> vVtx)
+    {
+        const size_t num = vVtx.size();
+        std::vector<Point3*> vRingVtx;
+        for (size_t i = 0; i < num; ++i) {
+            mesh.getRingVtx(vVtx[i], vRingVtx);
+            vVtx.insert(vVtx.end(), vRingVtx.begin(), vRingVtx.end());
+        }
+        sortUniqueByNumber(vVtx);
+        findDefectsAmong(vVtx);
+    }
+
+    // vVtx: by number; no other vertex has a defect.
+    void findDefectsAmong(const std::vector<Point3*>& vVtx)
+    {
         const StageTimer stage("RM_defects");
-        std::vector<Faults> vFaults(mesh.getNumVtx());
-        forRangeMT(vFaults.size(), [&](size_t begin, size_t end) {
-            for (size_t i = begin; i < end; ++i)
-                vFaults[i] = findFaults(mesh, mesh.getVtx(i));
-        });
+        std::vector<Faults> vFaults;
+        transformMT(vVtx, vFaults, [this](const Point3* pVtx) { return findFaults(mesh, pVtx); });
         vBadVtx.clear();
         vPillowVtx.clear();
-        bTwisted = false;
-        for (size_t i = 0; i < vFaults.size(); ++i) {
-            if (vFaults[i] == 0)
-                continue;
+        for (size_t i = 0; i < vVtx.size(); ++i) {
             if ((vFaults[i] & MORE_FANS) != 0)
-                vBadVtx.push_back(mesh.getVtx(i));
+                vBadVtx.push_back(vVtx[i]);
             if ((vFaults[i] & PILLOW) != 0)
-                vPillowVtx.push_back(mesh.getVtx(i));
+                vPillowVtx.push_back(vVtx[i]);
             bTwisted = bTwisted || (vFaults[i] & TWISTED) != 0;
         }
+        const std::vector<REdge*> vBadRE = edgesAt(mesh, vBadVtx);
+        noteTwists(vBadRE);
         // No single fan has more than two ends, so both endpoints of such an edge are bad.
-        vOverfullRE = selectOverfull(edgesAt(mesh, vBadVtx));
+        vOverfullRE = selectOverfull(vBadRE);
     }
 
     // Twins would meet each other in all of their edges, and leave a pillow of two triangles. At each of
     // their corners they are a fan of two if both edges there have no other triangle, and else an end of an
     // overfull edge: so all their edges are at the vertices that have been found.
-    void removeTwins()
+    void removeTwins(const std::vector<REdge*>& vRE)
     {
-        std::vector<Point3*> vVtx = vBadVtx;
-        vVtx.insert(vVtx.end(), vPillowVtx.begin(), vPillowVtx.end());
         std::vector<RTriangle*> vTwinT;
-        mesh.getDuplicateTriangles(edgesAt(mesh, vVtx), vTwinT);
+        mesh.getDuplicateTriangles(vRE, vTwinT);
         for (RTriangle* pRT : vTwinT) {
             if (!pRT->isAlive())
                 continue; // was found at another edge
             pRT->kill(&mesh);
             ++report.numRemovedT;
         }
+        noteTwists(vRE); // an edge may have two triangles now
+    }
+
+    void noteTwists(const std::vector<REdge*>& vRE)
+    {
+        bTwisted =
+            bTwisted || std::any_of(vRE.begin(), vRE.end(), [](const REdge* pRE) { return isTwisted(*pRE); });
+    }
+
+    void appendVtxFrom(size_t number, std::vector<Point3*>& vVtx) const
+    {
+        for (; number < mesh.getNumVtx(); ++number)
+            vVtx.push_back(mesh.getVtx(number));
     }
 
     void partSheets()
     {
-        mesh.createPatchesOrient();
-        SeamSheets sheets(mesh, selectOverfull(vOverfullRE));
+        const std::vector<REdge*> vSeamRE = selectOverfull(vOverfullRE); // some went with the twins
+        // Patches are a matter of the whole mesh. Without a seam nobody asks for them, and without a twist
+        // there is nothing to turn.
+        if (!vSeamRE.empty() || bTwisted)
+            mesh.createPatchesOrient();
+        SeamSheets sheets(mesh, vSeamRE);
         sheets.decide();
         std::vector<RTriangle*> vScrapT;
         sheets.getScrapT(vScrapT);
@@ -194,8 +230,7 @@ private:
         FanSplitter splitter(mesh, sheets.getJoints());
         split(splitter, sheets.getSeams());
         std::vector<Point3*> vVtx = vBadVtx;
-        for (size_t i = numVtxBefore; i < mesh.getNumVtx(); ++i)
-            vVtx.push_back(mesh.getVtx(i));
+        appendVtxFrom(numVtxBefore, vVtx);
         splitInseparable(selectOverfull(edgesAt(mesh, vVtx)), splitter, sheets.getJoints());
     }
 
@@ -269,7 +304,7 @@ private:
     // at each vertex of the line.
     void cutTwists()
     {
-        if (!bTwisted)
+        if (!bTwisted || findTwistedRE(mesh).empty())
             return;
         mesh.createPatchesOrient();
         const std::vector<REdge*> vTwistedRE = orientTwisted(mesh);
@@ -291,7 +326,7 @@ private:
     std::vector<REdge*> vOverfullRE; // by number
     std::vector<Point3*> vBadVtx;    // with MORE_FANS, by number
     std::vector<Point3*> vPillowVtx; // by number
-    bool bTwisted = false;           // some edge is; known once there are no other defects
+    bool bTwisted = false;           // some edge is or was
 };
 
 } // namespace

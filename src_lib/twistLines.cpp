@@ -15,13 +15,6 @@ namespace TESK_ZAN
 namespace
 {
 
-bool isTwisted(const REdge& edge)
-{
-    RTriangle* pT0 = nullptr;
-    RTriangle* pT1 = nullptr;
-    return edge.getAdjT(pT0, pT1, true) && pT0->needFlip(pT1);
-}
-
 int countTwisted(const RTriangle& triangle)
 {
     int num = 0;
@@ -122,6 +115,13 @@ void turnOutvoted(std::vector<RTriangle*> vQueue)
 }
 
 } // namespace
+
+bool isTwisted(const REdge& edge)
+{
+    RTriangle* pT0 = nullptr;
+    RTriangle* pT1 = nullptr;
+    return edge.getAdjT(pT0, pT1, true) && pT0->needFlip(pT1);
+}
 
 std::vector<REdge*> findTwistedRE(const RMesh& mesh)
 {

@@ -10,8 +10,11 @@ namespace TESK_ZAN
 class REdge;
 class RMesh;
 
-// The edges over which two triangles disagree, by number: both run through them in the same direction. Edges
-// of another degree don't count.
+// True if two triangles disagree over the edge: both run through it in the same direction. An edge of another
+// degree is not twisted.
+bool isTwisted(const REdge& edge);
+
+// All twisted edges, by number.
 std::vector<REdge*> findTwistedRE(const RMesh& mesh);
 
 // Orients each component anew that has a twisted edge, and returns those that are left. Triangles are joined
