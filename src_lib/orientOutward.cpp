@@ -2,8 +2,10 @@
 
 #include "RMesh.h"
 #include "stageTrace.h"
+#include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <numeric>
 #include <vector>
@@ -25,13 +27,13 @@ public:
     explicit Components(const RMesh& mesh) : vT(mesh.getAllT()), vParent(vT.size())
     {
         std::iota(vParent.begin(), vParent.end(), Index(0));
-        vOpen.resize(vT.size(), 0);
+        vTwisted.resize(vT.size(), 0);
         for (const RTriangle* pRT : vT)
             if (pRT->isAlive())
                 joinToLower(*pRT);
         for (Index number = 0; number < vT.size(); ++number)
-            if (vOpen[number] != 0)
-                vOpen[rootOf(number)] = 1;
+            if (vTwisted[number] != 0)
+                vTwisted[rootOf(number)] = 1;
     }
 
     // The triangle of the component with the lowest number.
@@ -42,7 +44,7 @@ public:
         return number;
     }
 
-    bool isClosed(Index root) const { return vOpen[root] == 0; }
+    bool isOriented(Index root) const { return vTwisted[root] == 0; }
 
 private:
     void joinToLower(const RTriangle& triangle)
@@ -51,14 +53,10 @@ private:
         for (int ici = 0; ici < 3; ++ici) {
             const REdge* pRE = triangle.getRE(ici);
             const RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(&triangle) : nullptr;
-            if (pNeig == nullptr) {
-                vOpen[number] = 1;
-                continue;
-            }
-            if (numberOf(pNeig) > number)
-                continue; // its own turn comes
+            if (pNeig == nullptr || numberOf(pNeig) > number)
+                continue; // a border, or its own turn comes
             if (triangle.needFlip(pNeig))
-                vOpen[number] = 1;
+                vTwisted[number] = 1;
             const Index root0 = rootOf(number);
             const Index root1 = rootOf(numberOf(pNeig));
             vParent[std::max(root0, root1)] = std::min(root0, root1);
@@ -67,11 +65,68 @@ private:
 
     const std::vector<RTriangle*>& vT;
     std::vector<Index> vParent; // by number of the triangle; never above it
-    std::vector<char> vOpen;    // not closed, or not oriented: of a triangle, at last of a root
+    std::vector<char> vTwisted; // not consistently oriented: of a triangle, at last of a root
 };
 
-// Six times the volume of the tetrahedron over a triangle. The apex lies on the component: far from the
-// origin the coordinates would leave no digits for the volume.
+// What a component encloses. Over its rim an open one is closed by a cone; from the apex of this cone the
+// cone itself has no volume, so that the sum over the component's own triangles is that of the whole.
+struct Body {
+    explicit Body(const RTriangle& first) : apex(*first.getCorner(0)) {}
+
+    Point3 apex; // on the component, or the mean of its rim: far away no digits would be left for the volume
+    Vector3 rimSum; // of the ends of the rim's edges
+    size_t numRimEnds = 0;
+    double volume6 = 0.0;    // six times the volume
+    double magnitude6 = 0.0; // the same with every tetrahedron positive
+
+    // So much of the sum must be left for a sign: a flat sheet has none.
+    bool isInsideOut() const { return volume6 < -1e-6 * magnitude6; }
+};
+
+// The bodies of all components, by root. Triangles with neighbouring numbers mostly have one root.
+class Bodies
+{
+public:
+    explicit Bodies(const RMesh& mesh) : vT(mesh.getAllT()) {}
+
+    Body& at(Index root)
+    {
+        if (root != lastRoot || vBodies.empty()) {
+            lastSlot = *mSlots.tryEmplace(root, vBodies.size()).first;
+            lastRoot = root;
+            if (lastSlot == vBodies.size())
+                vBodies.emplace_back(*vT[root]);
+        }
+        return vBodies[lastSlot];
+    }
+
+    void placeApexes()
+    {
+        for (Body& body : vBodies)
+            if (body.numRimEnds > 0)
+                body.apex = Point3() + (1.0 / double(body.numRimEnds)) * body.rimSum;
+    }
+
+private:
+    const std::vector<RTriangle*>& vT;
+    TESK_TOOLS::FlatMap<u64, size_t, TESK_TOOLS::U64Hash> mSlots;
+    std::vector<Body> vBodies;
+    Index lastRoot = 0;
+    size_t lastSlot = 0;
+};
+
+void addRim(const RTriangle& triangle, Body& body)
+{
+    for (int ici = 0; ici < 3; ++ici) {
+        if (triangle.getRE(ici)->getDegree() == 2)
+            continue;
+        for (const int end : {(ici + 1) % 3, (ici + 2) % 3})
+            body.rimSum += *triangle.getCorner(end) - Point3();
+        body.numRimEnds += 2;
+    }
+}
+
+// Six times the volume of the tetrahedron over a triangle.
 double signedVolume6(const RTriangle& triangle, const Point3& apex)
 {
     const Vector3 v0 = *triangle.getCorner(0) - apex;
@@ -87,20 +142,28 @@ size_t orientOutward(RMesh& mesh)
     const StageTimer stage("RM_outward");
     const std::vector<RTriangle*>& vT = mesh.getAllT();
     Components components(mesh);
-    std::vector<double> vVolume6(vT.size(), 0.0); // by root; summed by number of the triangles
-    for (Index number = 0; number < vT.size(); ++number) {
-        const Index root = components.rootOf(number);
-        if (vT[number]->isAlive() && components.isClosed(root))
-            vVolume6[root] += signedVolume6(*vT[number], *vT[root]->getCorner(0));
-    }
+    Bodies bodies(mesh);
+    const auto forEachOriented = [&](auto f) {
+        for (Index number = 0; number < vT.size(); ++number) {
+            const Index root = components.rootOf(number);
+            if (vT[number]->isAlive() && components.isOriented(root))
+                f(*vT[number], bodies.at(root), root == number);
+        }
+    };
+    forEachOriented([](RTriangle& triangle, Body& body, bool) { addRim(triangle, body); });
+    bodies.placeApexes();
+    forEachOriented([](RTriangle& triangle, Body& body, bool) {
+        const double volume6 = signedVolume6(triangle, body.apex);
+        body.volume6 += volume6;
+        body.magnitude6 += std::abs(volume6);
+    });
     size_t numTurned = 0;
-    for (Index number = 0; number < vT.size(); ++number) {
-        const Index root = components.rootOf(number);
-        if (!(vVolume6[root] < 0.0))
-            continue;
-        numTurned += root == number ? 1 : 0;
-        vT[number]->flipOrientation();
-    }
+    forEachOriented([&](RTriangle& triangle, const Body& body, bool bFirst) {
+        if (!body.isInsideOut())
+            return;
+        numTurned += bFirst ? 1 : 0;
+        triangle.flipOrientation();
+    });
     return numTurned;
 }
 

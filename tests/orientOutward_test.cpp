@@ -38,7 +38,7 @@ void append(IndexedMesh& mesh, const IndexedMesh& more)
 
 } // namespace
 
-TEST(OrientOutward, OnlyTheClosedComponentThatPointsInwardIsTurned)
+TEST(OrientOutward, ComponentsThatPointInwardAreTurnedAlsoOpenOnes)
 {
     IndexedMesh inward = zan_test::octahedron();
     turn(inward);
@@ -47,13 +47,14 @@ TEST(OrientOutward, OnlyTheClosedComponentThatPointsInwardIsTurned)
     IndexedMesh mixed = movedBy(zan_test::octahedron(), {5, 0, 0});
     append(mixed, inward);
     append(mixed, movedBy(open, {0, 5, 0}));
+    append(mixed, movedBy(zan_test::openBox(), {0, 0, 5}));
 
     RealMesh mesh(mixed);
     const auto before = zan_test::triangleNumbers(*mesh.pMesh);
-    EXPECT_EQ(orientOutward(*mesh.pMesh), 1u);
+    EXPECT_EQ(orientOutward(*mesh.pMesh), 2u);
     const auto after = zan_test::triangleNumbers(*mesh.pMesh);
     for (size_t i = 0; i < before.size(); ++i)
-        EXPECT_EQ(before[i] != after[i], i >= 8 && i < 16) << i;
+        EXPECT_EQ(before[i] != after[i], i >= 8 && i < 26) << i;
     EXPECT_EQ(zan_test::brokenInvariant(*mesh.pMesh), "");
     EXPECT_EQ(orientOutward(*mesh.pMesh), 0u);
 }
@@ -83,6 +84,12 @@ TEST(OrientOutward, SurfaceWithoutVolumeStays)
 {
     RealMesh flat(zan_test::doubleSheet());
     EXPECT_EQ(orientOutward(*flat.pMesh), 0u);
+    IndexedMesh turnedStrip = zan_test::strip(5);
+    turn(turnedStrip);
+    for (const IndexedMesh& strip : {zan_test::strip(5), turnedStrip}) {
+        RealMesh open(strip);
+        EXPECT_EQ(orientOutward(*open.pMesh), 0u);
+    }
     RealMesh empty{IndexedMesh{}};
     EXPECT_EQ(orientOutward(*empty.pMesh), 0u);
 }
