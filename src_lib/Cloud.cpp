@@ -158,7 +158,7 @@ bool Cloud::readPoints(const std::string& fileName, std::vector<Point3>& vRead)
         zanAssertText(spacingAbs > 0, "spacingAbs>0");
         bRead = readSTL_ASCII(fileName.c_str(), vRead);
     } else if (type == FT_PLY) {
-        bRead = readPly(fileName.c_str(), true, vRead);
+        bRead = readPly(fileName.c_str(), !bMelt, vRead);
     } else if (type == FT_ASCII) {
         bRead = readPoints_ASCII(fileName.c_str(), vRead);
     } else if (type == FT_BIN) {
@@ -354,15 +354,20 @@ void Cloud::createBundles(std::vector<Point3>& vInput)
     // A run copies what it keeps; the largest block of the intake need not outlive it.
     vPoints.clear();
     vPoints.shrink_to_fit();
+    addBundles(0.1);
+    pProgress->tick();
+    pProgress->finish(true);
+}
+
+void Cloud::addBundles(double growth)
+{
+    constexpr int MIN_INCREASE = 100;
     zanAssert(vCells.size() < static_cast<size_t>(std::numeric_limits<int>::max()));
     const int num = static_cast<int>(vCells.size());
-    const int increase = std::max(100, num / 10);
-    bundlePool.init(num, increase);
+    bundlePool.init(num, std::max(MIN_INCREASE, static_cast<int>(growth * num)));
     vBundles.reserve(vCells.size());
     for (auto& [ccd, point] : vCells)
         vBundles.push_back(new (bundlePool.newObject()) Bundle{&point, ccd});
-    pProgress->tick();
-    pProgress->finish(true);
 }
 
 } // namespace TESK_ZAN

@@ -1,9 +1,10 @@
-// Subsystem: intake. Builds on: Prepare, Calc, pointFiles, plyPoints, sampleScan. Used by: CloudMgr.
+// Subsystem: intake. Builds on: Prepare, Pixel, Calc, pointFiles, plyPoints, sampleScan. Used by: CloudMgr.
 // One input set on its way to the grid: finds the point spacing, fixes the run's Calc, and makes one Bundle
 // for each working cell. Everything after it sees bundles and codes only.
 #pragma once
 
 #include "Bundle.h"
+#include "CellSet.h"
 #include "Point3.h"
 #include "definitions.h"
 #include "tesk_tools/SimplePool.h"
@@ -18,14 +19,15 @@ namespace TESK_ZAN
 
 class Calc;
 
-// Order of use: constructor, setPoints (or readPoints and setPoints), prepareScanPoints, then the accessors.
+// Order of use: constructor, setPoints (or readPoints and setPoints), prepareScanPoints or, with bMelt,
+// preparePixelsAndFeatures, then the accessors. What stands in Cloud_melt.cpp is named there.
 // Owns its points, bundles and Calc; they die with it.
 class Cloud
 {
 public:
     // spacingAbs: cell size in units of the input, or -1.0. spacingFactor: factor on the detected spacing, or
     // -1.0; only one of the two is used, spacingAbs first. fillSize: largest hole-filling distance in cells,
-    // 0 for none.
+    // 0 for none. bMelt: the points are corners of triangles, three a triangle.
     Cloud(const std::string& name, double spacingAbs, double spacingFactor, bool bMelt, int fillSize);
     ~Cloud();
     Cloud(const Cloud&) = delete;
@@ -45,11 +47,20 @@ public:
     // is not positive, or too fine for MAXLEVELS levels, is a failed condition. O(n log n).
     void prepareScanPoints(const Calc* pGivenCalc);
 
+    // The melt road (Cloud_melt.cpp): grid, equal corners made one, then the triangles rasterised: a bundle
+    // for each cell that they touch. featureAngle: see Pixel::createPixels. Ends like prepareScanPoints; a
+    // number of corners that is no multiple of three is a failed condition too. A spacing must be given.
+    void preparePixelsAndFeatures(double featureAngle);
+
     Calc* getCalc() const { return pCalc.get(); } // null until prepared, and for a cloud that came to nothing
     // Appends (code, bundle) in ascending code order, and copies the codes of cells that no point fell into.
     void getBundles(std::vector<std::pair<u64, Bundle*>>& vCCDBundle, std::vector<u64>& vZero) const;
     // The bundles alone, in the same order. Replaces both lists.
     void getBundles(std::vector<Bundle*>& vOut, std::vector<u64>& vZero) const;
+    // Of a soup: the codes of each two neighbouring cells along a sharp edge or border, and along borders
+    // alone, the lower code first. In the order in which the edges were walked; pairs may repeat.
+    const CellPairs& getFeatures() const { return vFeatures; }
+    const CellPairs& getBorders() const { return vBorders; }
     bool isMelt() const { return bMelt; }
     double getDetectedSpacing() const
     {
@@ -75,6 +86,12 @@ private:
 
     // Phase CL_creb.
     void createBundles(std::vector<Point3>& vInput);
+    // One for each entry of vCells, which are sorted; the pool gets room for 1 + growth times as many.
+    void addBundles(double growth);
+
+    // Cloud_melt.cpp
+    void mergeCorners(std::vector<Point3*>& vCorners);
+    void takeOverPixels(std::vector<Point3>&& vPixels);
 
     int fillSize;
     double readTime = 0.0;
@@ -93,6 +110,8 @@ private:
     double boxMin[3];
     double boxMax[3];
     std::vector<u64> vZeroCCD;
+    CellPairs vFeatures;
+    CellPairs vBorders;
 };
 
 } // namespace TESK_ZAN

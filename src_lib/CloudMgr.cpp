@@ -15,6 +15,8 @@ namespace TESK_ZAN
 namespace
 {
 
+constexpr double FILE_FEATURE_ANGLE = 10.0; // degrees
+
 using BundlePos = std::vector<Bundle*>::const_iterator;
 
 bool lessByCode(const Bundle* a, const Bundle* b)
@@ -54,11 +56,12 @@ Cloud& CloudMgr::addCloud(const std::string& name, double spacingAbs, double spa
 }
 
 double CloudMgr::inputPointsViaMemory(const std::vector<Point3>& vPoints, double spacingAbs,
-                                      double spacingFactor, bool bMelt, const Calc* pGivenCalc, int fillSize)
+                                      double spacingFactor, bool bMelt, double featureAngle,
+                                      const Calc* pGivenCalc, int fillSize)
 {
     Cloud& cloud = addCloud("inputPointsViaMemory", spacingAbs, spacingFactor, bMelt, fillSize);
     cloud.setPoints(vPoints);
-    cloud.prepareScanPoints(pGivenCalc);
+    prepare(cloud, featureAngle, pGivenCalc);
     return cloud.getDetectedSpacing();
 }
 
@@ -75,13 +78,20 @@ void CloudMgr::readFiles(const std::vector<std::string>& vFileNames, double spac
     sumReadTime += cloud.getReadTime();
     cloud.setPoints(vRead);
     vRead = {};
-    cloud.prepareScanPoints(nullptr);
+    prepare(cloud, FILE_FEATURE_ANGLE, nullptr);
+}
+
+void CloudMgr::prepare(Cloud& cloud, double featureAngle, const Calc* pGivenCalc)
+{
+    if (cloud.isMelt())
+        cloud.preparePixelsAndFeatures(featureAngle);
+    else
+        cloud.prepareScanPoints(pGivenCalc);
 }
 
 void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std::vector<u64>& vZeroCCD) const
 {
-    zanAssert(!vClouds.empty());
-    const Cloud& cloud = *vClouds.front();
+    const Cloud& cloud = firstCloud();
     pCalc = cloud.getCalc();
     cloud.getBundles(vBundles_srt, vZeroCCD);
     // Stable among equal codes: the later bundle of a pair has the higher position in the cloud.
@@ -96,6 +106,24 @@ void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std:
         it = itEnd;
     }
     vBundles_srt.erase(itOut, vBundles_srt.end());
+}
+
+void CloudMgr::getFeatures(CellPairs& vFeatures) const
+{
+    const CellPairs& vFrom = firstCloud().getFeatures();
+    vFeatures.insert(vFeatures.end(), vFrom.begin(), vFrom.end());
+}
+
+void CloudMgr::getBorders(CellPairs& vBorders) const
+{
+    const CellPairs& vFrom = firstCloud().getBorders();
+    vBorders.insert(vBorders.end(), vFrom.begin(), vFrom.end());
+}
+
+const Cloud& CloudMgr::firstCloud() const
+{
+    zanAssert(!vClouds.empty());
+    return *vClouds.front();
 }
 
 } // namespace TESK_ZAN

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Bundle.h"
+#include "CellSet.h"
 #include "Point3.h"
 #include "definitions.h"
 
@@ -27,13 +28,14 @@ public:
     CloudMgr& operator=(const CloudMgr&) = delete;
 
     // Makes the run's cloud from a copy of the points and prepares it; the spacing that is not in use is
-    // -1.0. With pGivenCalc the cloud works on a copy of that lattice. Returns the detected spacing, -1.0 for
-    // none.
+    // -1.0. With bMelt the points are corners of triangles, see Cloud::preparePixelsAndFeatures; otherwise
+    // featureAngle has no meaning. With pGivenCalc a cloud of points works on a copy of that lattice. Returns
+    // the detected spacing, -1.0 for none.
     double inputPointsViaMemory(const std::vector<Point3>& vPoints, double spacingAbs, double spacingFactor,
-                                bool bMelt, const Calc* pGivenCalc, int fillSize);
+                                bool bMelt, double featureAngle, const Calc* pGivenCalc, int fillSize);
 
     // The same from a file: exactly one name, otherwise a failed condition. A file that cannot be read leaves
-    // a cloud without bundles, after a message.
+    // a cloud without bundles, after a message. With bMelt edges are sharp from 10 degrees on.
     void readFiles(const std::vector<std::string>& vFileNames, double spacingAbs, double spacingFactor,
                    bool bMelt, int fillSize);
 
@@ -41,9 +43,16 @@ public:
     // to nothing. vZeroCCD: codes of the cells that no point fell into, sorted.
     void getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std::vector<u64>& vZeroCCD) const;
 
+    // Append the codes of neighbouring cells along sharp edges and borders of a soup, see
+    // Cloud::getFeatures.
+    void getFeatures(CellPairs& vFeatures) const;
+    void getBorders(CellPairs& vBorders) const;
+
     double getReadTime() const { return sumReadTime; } // seconds, over the files read
 
 private:
+    static void prepare(Cloud& cloud, double featureAngle, const Calc* pGivenCalc);
+    const Cloud& firstCloud() const;
     Cloud& addCloud(const std::string& name, double spacingAbs, double spacingFactor, bool bMelt,
                     int fillSize);
 

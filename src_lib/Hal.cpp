@@ -49,6 +49,20 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     return pMesh;
 }
 
+void Hal::toCloud(std::vector<Point3*>& vOut)
+{
+    Progress* pProgress = getRootProgress()->getChildProgressSetTodo("hal-part", 2);
+    pCldMgr->getBundles(vBundles, pCalc, vZeroCCD);
+    pProgress->tick();
+    if (vBundles.empty())
+        ZAN_WARNING("toCloud: Nothing to do");
+    vOut.reserve(vOut.size() + vBundles.size());
+    for (const Bundle* pBundle : vBundles)
+        vOut.push_back(pBundle->pVtx);
+    pProgress->tick();
+    pProgress->finish(true);
+}
+
 CMesh* Hal::getCMesh() const
 {
     zanAssertText(pCMesh != nullptr, "pCMesh!=0");

@@ -16,6 +16,7 @@ class CMesh;
 class Calc;
 class CloudMgr;
 class Mesh;
+class Point3;
 class RMesh;
 
 // Lives on the stack of an exported call, after its CloudMgr: the bundles and the Calc belong to the
@@ -30,6 +31,10 @@ public:
 
     // All stages of a reconstruction. Null, after an error message, when the input came to no bundle.
     std::shared_ptr<Mesh> reconstruct();
+
+    // Appends the points of the cloud in the order of their cells; none, after a warning, when the input came
+    // to nothing. They belong to the cloud.
+    void toCloud(std::vector<Point3*>& vOut);
 
     // The combinatorial mesh of the run; a failed condition before there is one, and after the real mesh has
     // taken it over.

@@ -26,6 +26,8 @@ Plane::Plane(const Point3& p0, const Point3& p1, const Point3& p2)
     }
 }
 
+Plane::Plane(const Point3& p, const Vector3& unitNormal) : normal(unitNormal), d(dot(p, unitNormal)) {}
+
 Plane::Plane(const Point3& p0, const Point3& p1, const Point3& p2, bool& bOK)
 {
     bOK = fit(p0, p1, p2);
@@ -60,6 +62,14 @@ double Plane::absDistance(const Point3& p) const
 Point3 Plane::projectPoint(const Point3& p) const
 {
     return p - normal * signedDistance(p);
+}
+
+Point3 Plane::cutSegment(const Point3& a, const Point3& b, bool& bOK) const
+{
+    const Vector3 dir = b - a;
+    const double slope = normal * dir;
+    bOK = slope != 0.0;
+    return bOK ? a + dir * ((d - dot(a, normal)) / slope) : a;
 }
 
 } // namespace TESK_ZAN

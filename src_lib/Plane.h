@@ -18,7 +18,11 @@ public:
     // triple (two equal points, or all on a line) is an error message and a failed condition.
     Plane(const Point3& p0, const Point3& p1, const Point3& p2);
 
-    // The same, but a degenerate triple sets bOK to false and gives the zero plane. bOK is always set.
+    // Through a point, with a given unit normal.
+    Plane(const Point3& p, const Vector3& unitNormal);
+
+    // The same as the first, but a degenerate triple sets bOK to false and gives the zero plane. bOK is
+    // always set.
     Plane(const Point3& p0, const Point3& p1, const Point3& p2, bool& bOK);
 
     const Vector3& getNormal() const { return normal; }
@@ -34,6 +38,9 @@ public:
 
     // The nearest point of the plane, without colour.
     Point3 projectPoint(const Point3& p) const;
+
+    // Where the line from a to b passes the plane. Parallel to it: bOK false, and a.
+    Point3 cutSegment(const Point3& a, const Point3& b, bool& bOK) const;
 
 private:
     // False, with the plane unchanged, for a degenerate triple.

@@ -21,6 +21,15 @@ const std::vector<PhaseWeight>& reconstructPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& toCloudPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {
+        {"CL_eres", 3},   {"dih2e", 3}, {"reo", 3},   {"rFins", 3},     {"feate", 10},     {"nfeate", 50},
+        {"hal-part", 10}, {"ar4", 100}, {"oifc", 10}, {"mandiffe", 10}, {"mandiffa", 100},
+    };
+    return vPhases;
+}
+
 const std::vector<PhaseWeight>& densityPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {{"CL_eres", 3}, {"SM_run", 3}, {"CL_creb", 3}};

@@ -347,6 +347,28 @@ void forSlicesMT(size_t n, size_t sliceSize, F f, OnDone onDone)
     round.finish(onDone);
 }
 
+// f(T&) on every element, each a task of its own however few there are: for elements of much work. onDone()
+// on the calling thread after each of them, in order.
+template <class T, class F, class OnDone>
+void forBlocksMT(std::vector<T>& vBlocks, F f, OnDone onDone)
+{
+    if (getNumCPU() < 2 || vBlocks.size() < 2) {
+        for (T& block : vBlocks) {
+            f(block);
+            onDone();
+        }
+        return;
+    }
+    std::vector<ForEachTask<T, F>> vTasks;
+    vTasks.reserve(vBlocks.size());
+    for (size_t i = 0; i < vBlocks.size(); ++i)
+        vTasks.push_back({i, i + 1, vBlocks, f});
+    TaskRound round(vTasks.size());
+    for (ForEachTask<T, F>& task : vTasks)
+        round.push(task);
+    round.finish(onDone);
+}
+
 // f(T&) on every element.
 template <class T, class F>
 void forEachMT(std::vector<T>& v, F f)

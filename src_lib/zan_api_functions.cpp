@@ -25,6 +25,8 @@ namespace
 constexpr int VERSION_MAJOR = 1;
 constexpr int VERSION_MINOR = 17;
 constexpr double UNUSED_SPACING = -1.0;
+constexpr double NO_FEATURES = 361.0; // no two faces turn by as much
+constexpr int NO_FILL = -1;
 
 std::shared_ptr<Mesh> reconstruct(const std::vector<Point3>& vPoints, double spacingAbs, double spacingFactor,
                                   int fillSize)
@@ -33,7 +35,8 @@ std::shared_ptr<Mesh> reconstruct(const std::vector<Point3>& vPoints, double spa
     std::shared_ptr<Mesh> pMesh;
     {
         CloudMgr cldMgr; // before the Hal, which reads the cloud's Calc to its end
-        cldMgr.inputPointsViaMemory(vPoints, spacingAbs, spacingFactor, false, nullptr, fillSize);
+        cldMgr.inputPointsViaMemory(vPoints, spacingAbs, spacingFactor, false, NO_FEATURES, nullptr,
+                                    fillSize);
         Hal hal(&cldMgr);
         pMesh = hal.reconstruct();
     }
@@ -51,6 +54,23 @@ std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spac
 std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs, int fillSize)
 {
     return reconstruct(vPoints, spacingAbs, UNUSED_SPACING, fillSize);
+}
+
+void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle,
+             std::vector<Point3>& vResult)
+{
+    ProgressTree tree("ToCloud", toCloudPhases());
+    {
+        CloudMgr cldMgr; // before the Hal; the points are its cloud's
+        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
+                                    NO_FILL);
+        std::vector<Point3*> vPoints;
+        Hal(&cldMgr).toCloud(vPoints);
+        vResult.reserve(vResult.size() + vPoints.size());
+        for (const Point3* pPoint : vPoints)
+            vResult.push_back(*pPoint);
+    }
+    tree.finish();
 }
 
 void edgeFlips(std::shared_ptr<Mesh> pMesh)
@@ -83,7 +103,8 @@ double estimateAvgSpacing(std::vector<Point3>& vPoints)
 {
     ProgressTree tree("Density Estimation", densityPhases());
     CloudMgr cldMgr;
-    const double spacing = cldMgr.inputPointsViaMemory(vPoints, UNUSED_SPACING, 1.0, false, nullptr, -1);
+    const double spacing =
+        cldMgr.inputPointsViaMemory(vPoints, UNUSED_SPACING, 1.0, false, NO_FEATURES, nullptr, NO_FILL);
     tree.finish();
     return spacing;
 }

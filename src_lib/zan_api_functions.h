@@ -48,6 +48,24 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, 
 ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs,
                                                  int fillSize);
 
+// --- Triangle soups
+// ---------------------------------------------------------------------------------------------------
+
+// Turns a triangle soup into an even cloud: one point for each cell that a triangle touches, on the surface.
+// Corners and edges of the soup keep their places where the faces at them turn by more than featureAngle, and
+// at borders. Points are appended to vResult in the order of their cells; what stands in it stays.
+//   vCorners      three a triangle; equal ones are one vertex. Winding does not matter. Not changed. A
+//   triangle
+//                 with a coordinate that is not finite is left out, with a warning, as is one without area.
+//   spacingAbs    the cell size in units of the input, above 0; points are about this far from each other.
+//   featureAngle  in degrees; 30 is usual. From 180 on only borders are features.
+// Nothing is appended, after a warning, if no triangle is left or the cells would be more than some hundred
+// million. Throws ZanBugException for a spacing that is not above 0, or so fine that the extent of the soup
+// takes more than two million cells (a message then says which would do), and for a number of corners that is
+// no multiple of three. Cost: linear in triangles and cells, about a million points a second.
+ZAN_EXPORT void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle,
+                        std::vector<Point3>& vResult);
+
 // --- Work on a finished mesh
 // -----------------------------------------------------------------------------------
 //
