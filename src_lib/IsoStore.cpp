@@ -132,6 +132,8 @@ std::size_t IsoStore::simplifyInflates()
             if (ccdNeig != FAILED_CODE && !isSet(ccdNeig) && isBetweenSetCells(ccdNeig))
                 vFillCCD.push_back(ccdNeig);
         }
+    std::sort(vFillCCD.begin(), vFillCCD.end());
+    vFillCCD.erase(std::unique(vFillCCD.begin(), vFillCCD.end()), vFillCCD.end()); // found along each axis
     for (const u64 ccd : vFillCCD)
         set(ccd, true);
     simplify();
