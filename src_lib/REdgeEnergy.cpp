@@ -232,6 +232,23 @@ void REdgeEnergy::prefetchStage(int stage, const REdge& edge)
     }
 }
 
+// The places where the mesh keeps the triangles at the corner with fewer of them; then the triangles.
+void REdgeEnergy::prefetchRing(bool bRecords, const REdge& edge) const
+{
+    if (edge.getDegree() != 2)
+        return;
+    const Quad quad(edge);
+    const auto& vTNumbers0 = recordOf(quad.p0).vTNumbers;
+    const auto& vTNumbersX = recordOf(quad.px).vTNumbers;
+    const std::vector<RTriangle*>& vT = pRMesh->getAllT();
+    for (const std::uint32_t number : vTNumbers0.size() > vTNumbersX.size() ? vTNumbersX : vTNumbers0) {
+        if (bRecords)
+            prefetchRecord(*vT[number]);
+        else
+            __builtin_prefetch(&vT[number]);
+    }
+}
+
 bool REdgeEnergy::hasAlternative() const
 {
     const Quad quad(*pRE);

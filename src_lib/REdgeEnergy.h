@@ -58,10 +58,20 @@ public:
     template <class F>
     static void prefetch(F edgeAhead)
     {
-        constexpr size_t DISTANCE = 6; // ratings that pass until memory has answered
         for (int stage = 0; stage < NUM_PREFETCH_STAGES; ++stage)
-            if (const REdge* pAheadRE = edgeAhead(DISTANCE * size_t(NUM_PREFETCH_STAGES - stage)))
+            if (const REdge* pAheadRE = edgeAhead(PREFETCH_DISTANCE * size_t(NUM_PREFETCH_STAGES - stage)))
                 prefetchStage(stage, *pAheadRE);
+    }
+
+    // The same for a loop that also asks for the new edges of the flips (getImprovement, hasAlternative),
+    // which are looked for among the triangles at a corner.
+    template <class F>
+    void prefetchAll(F edgeAhead) const
+    {
+        prefetch([&](size_t ahead) { return edgeAhead(ahead + PREFETCH_DISTANCE); });
+        for (const bool bRecords : {false, true})
+            if (const REdge* pAheadRE = edgeAhead(bRecords ? PREFETCH_DISTANCE : 2 * PREFETCH_DISTANCE))
+                prefetchRing(bRecords, *pAheadRE);
     }
 
 private:
@@ -69,7 +79,9 @@ private:
     struct Shape;
 
     static constexpr int NUM_PREFETCH_STAGES = 4;
+    static constexpr size_t PREFETCH_DISTANCE = 6; // ratings that pass until memory has answered
     static void prefetchStage(int stage, const REdge& edge);
+    void prefetchRing(bool bRecords, const REdge& edge) const;
 
     void compute();
     void fillNormals() const;

@@ -105,9 +105,23 @@ class Sheets
 public:
     explicit Sheets(const std::vector<RTriangle*>& vT) : forest(vT.size())
     {
-        for (const RTriangle* pRT : vT)
-            if (pRT->isAlive())
-                joinToLower(*pRT);
+        // Slices in parallel, each within itself, then what reaches across; that is little.
+        constexpr size_t SLICE_SIZE = 1 << 18;
+        std::vector<Links> vLinks(vT.size() / SLICE_SIZE + 1);
+        std::vector<std::vector<SideForest::Index>> vvOneSided(vLinks.size());
+        forSlicesMT(
+            vT.size(), SLICE_SIZE,
+            [&](size_t from, size_t to) {
+                for (size_t i = from; i < to; ++i)
+                    if (vT[i]->isAlive())
+                        joinToLower(*vT[i], from, vLinks[from / SLICE_SIZE], vvOneSided[from / SLICE_SIZE]);
+            },
+            [] {});
+        for (const auto& vOfSlice : vvOneSided)
+            vOneSided.insert(vOneSided.end(), vOfSlice.begin(), vOfSlice.end());
+        for (const Links& links : vLinks)
+            for (const auto& [pT0, pT1] : links)
+                join(*pT0, *pT1, vOneSided);
         for (SideForest::Index& number : vOneSided)
             number = forest.find(number).index;
         std::sort(vOneSided.begin(), vOneSided.end());
@@ -122,17 +136,26 @@ public:
     }
 
 private:
-    void joinToLower(const RTriangle& triangle)
+    using Links = std::vector<std::pair<const RTriangle*, const RTriangle*>>;
+
+    // Joins the triangle to its neighbours with lower numbers, but only notes those below first.
+    void joinToLower(const RTriangle& triangle, size_t first, Links& linksAcross,
+                     std::vector<SideForest::Index>& vFoundOneSided)
     {
         for (int ici = 0; ici < 3; ++ici) {
             const REdge* pRE = triangle.getRE(ici);
             const RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(&triangle) : nullptr;
-            if (pNeig != nullptr && numberOf(pNeig) < numberOf(&triangle))
-                join(*pNeig, triangle);
+            if (pNeig == nullptr || numberOf(pNeig) > numberOf(&triangle))
+                continue;
+            if (numberOf(pNeig) < first)
+                linksAcross.emplace_back(pNeig, &triangle);
+            else
+                join(*pNeig, triangle, vFoundOneSided);
         }
     }
 
-    void join(const RTriangle& triangle0, const RTriangle& triangle1)
+    void join(const RTriangle& triangle0, const RTriangle& triangle1,
+              std::vector<SideForest::Index>& vFoundOneSided)
     {
         const SideForest::Root root0 = rootOf(triangle0);
         const SideForest::Root root1 = rootOf(triangle1);
@@ -140,7 +163,7 @@ private:
         if (root0.index != root1.index)
             forest.attach(std::max(root0.index, root1.index), std::min(root0.index, root1.index), bTurned);
         else if (bTurned)
-            vOneSided.push_back(root0.index);
+            vFoundOneSided.push_back(root0.index);
     }
 
     SideForest forest;                        // of the triangles, by number

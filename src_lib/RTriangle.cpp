@@ -64,10 +64,12 @@ Vector3 RTriangle::getNNV(bool& bOK)
 
 void RTriangle::fillNNV()
 {
+    if (!nnv.isDegenerate())
+        return; // before any corner is read: loops of flips ask often, and corners are far in memory
     const bool bHasSides =
         (*aCorners[1] - *aCorners[0]).sqLength() != 0.0 && (*aCorners[2] - *aCorners[0]).sqLength() != 0.0;
     bool bOK = false;
-    if (nnv.isDegenerate() && bHasSides)
+    if (bHasSides)
         getNNV(bOK);
 }
 

@@ -55,7 +55,7 @@ void greedyFlips(RMesh* pRMesh)
     REdgeEnergy energy(pRMesh, nullptr, &lab);
     FlipQueue queue(std::move(vImpRE));
     while (!queue.empty()) {
-        REdgeEnergy::prefetch([&](size_t ahead) { return queue.getAhead(ahead); });
+        energy.prefetchAll([&](size_t ahead) { return queue.getAhead(ahead); });
         const auto [savedImprovement, pRE] = queue.pop();
         zanAssert(savedImprovement > -DBL_MAX && pRE != nullptr);
         const double freshImprovement = improvementOrForbidden(energy, pRE);
@@ -80,7 +80,7 @@ void edgeFlipsSimA(RMesh* pRMesh, double temperature)
     const LabCache lab(*pRMesh);
     REdgeEnergy energy(pRMesh, nullptr, &lab);
     for (size_t i = 0; i < vImpRE.size(); ++i) {
-        REdgeEnergy::prefetch(
+        energy.prefetchAll(
             [&](size_t ahead) { return i + ahead < vImpRE.size() ? vImpRE[i + ahead].pRE : nullptr; });
         REdge* pRE = vImpRE[i].pRE;
         if (improvementOrForbidden(energy, pRE) !=
