@@ -1,7 +1,10 @@
-// Runs a whole road on a cloud and prints what it cost as one line of JSON.
+// Runs a whole road and prints what it cost as one line of JSON.
 //
-//   roads N [options]             on a generated cloud
-//   roads --cloud FILE [options]  on a cloud of points from a file
+//   roads N [options]                        reconstructs a generated cloud
+//   roads --cloud FILE [options]             reconstructs a cloud of points from a file
+//   roads melt N [options]                   melts a generated soup of N / 10 triangles that touches about N
+//   cells roads melt --soup FILE --cell S [options] melts a soup from a file, .ply or text .stl roads cloud
+//   ...                          as melt, and makes the points only
 //
 //   --fill CELLS     the largest gap to bridge, 2 if not given
 //   --threads T      worker threads, all that the hardware has if not given
@@ -9,10 +12,12 @@
 //   --quality 1      adds how the triangles hang together
 //   --save FILE      writes the cloud and does nothing else
 //
-// The generated cloud is a closed bumpy surface of N points, even up to a little noise, the same for equal N.
-// The seconds of the stages lie inside each other where stages do.
+// A soup with --quality also tells how far its sharp edges are from the mesh. The generated cloud is a closed
+// bumpy surface of N points, even up to a little noise, the same for equal N. The seconds of the stages lie
+// inside each other where stages do.
 #include "random.h"
 #include "roadReport.h"
+#include "soups.h"
 #include "stageTrace.h"
 #include "zan_api_functions.h"
 
@@ -32,9 +37,14 @@ using namespace TESK_ZAN;
 namespace
 {
 
+enum class Road { Reconstruct, Melt, Cloud };
+
 struct Options {
-    std::size_t numPoints = 0; // 0: from the file
+    Road road = Road::Reconstruct;
+    std::size_t numPoints = 0; // of a cloud, or cells of a soup; 0: from the file
     std::string cloud;
+    std::string soup;
+    double cell = 0.0;
     std::string out;
     std::string save;
     int fill = 2;
@@ -46,6 +56,10 @@ void setOption(Options& options, const std::string& name, const std::string& val
 {
     if (name == "--cloud")
         options.cloud = value;
+    else if (name == "--soup")
+        options.soup = value;
+    else if (name == "--cell")
+        options.cell = std::stod(value);
     else if (name == "--out")
         options.out = value;
     else if (name == "--save")
@@ -64,20 +78,24 @@ Options parse(int argc, char** argv)
 {
     Options options;
     int first = 1;
-    if (argc > 1 && argv[1][0] != '-') {
-        const double num = std::stod(argv[1]); // 1e6 is welcome
+    if (argc > 1 && (std::string(argv[1]) == "melt" || std::string(argv[1]) == "cloud"))
+        options.road = std::string(argv[first++]) == "melt" ? Road::Melt : Road::Cloud;
+    if (argc > first && argv[first][0] != '-') {
+        const double num = std::stod(argv[first++]); // 1e6 is welcome
         if (!(num >= 1.0 && num <= 1e9))
             throw std::invalid_argument("the number of points must be from 1 to 1e9");
         options.numPoints = static_cast<std::size_t>(num);
-        first = 2;
     }
     for (int i = first; i < argc; i += 2) {
         if (i + 1 == argc)
             throw std::invalid_argument(std::string("no value for ") + argv[i]);
         setOption(options, argv[i], argv[i + 1]);
     }
-    if ((options.numPoints == 0) == options.cloud.empty())
-        throw std::invalid_argument("either a number of points or a cloud");
+    const bool bSoup = options.road != Road::Reconstruct;
+    if ((options.numPoints == 0) == (bSoup ? options.soup : options.cloud).empty())
+        throw std::invalid_argument("either a number or a file");
+    if (!options.soup.empty() && !(options.cell > 0.0))
+        throw std::invalid_argument("a soup needs --cell");
     return options;
 }
 
@@ -131,56 +149,123 @@ std::vector<StageRecord> sumByName(const std::vector<StageRecord>& vStages)
     return vSums;
 }
 
-MeshQuality meshQuality(const Mesh& mesh)
+void printStages(const std::vector<StageRecord>& vStages)
 {
-    std::vector<Point3*> vVertices;
-    std::vector<int> vIndices;
-    mesh.getVertexIndexData(vVertices, vIndices);
-    return qualityOf(vVertices.size(), std::vector<std::uint32_t>(vIndices.begin(), vIndices.end()));
-}
-
-void printJson(const Options& options, std::size_t numPoints, const Mesh& mesh,
-               const std::vector<StageRecord>& vStages, double seconds)
-{
-    const double bytes = peakBytes(); // before the quality asks for more
-    std::cout << "{\"points\": " << numPoints << ", \"triangles\": " << mesh.getNumT()
-              << ", \"fill\": " << options.fill << ", \"threads\": " << options.numThreads
-              << ", \"stages\": {";
+    std::cout << "\"stages\": {";
     for (std::size_t i = 0; i < vStages.size(); ++i)
         std::cout << (i == 0 ? "" : ", ") << '"' << vStages[i].name << "\": " << vStages[i].seconds;
     std::cout << "}, ";
-    printCosts(std::cout, numPoints, seconds, bytes);
-    if (options.bQuality) {
-        std::cout << ", ";
-        printQuality(std::cout, meshQuality(mesh));
+}
+
+// pCorners: of the soup that the mesh was made of, or null.
+void printMeshQuality(const Mesh& mesh, const std::vector<Point3>* pCorners)
+{
+    std::vector<Point3*> vVertices;
+    std::vector<int> vCorners;
+    mesh.getVertexIndexData(vVertices, vCorners);
+    const std::vector<std::uint32_t> vIndices(vCorners.begin(), vCorners.end());
+    std::cout << ", ";
+    printQuality(std::cout, qualityOf(vVertices.size(), vIndices));
+    if (pCorners == nullptr)
+        return;
+    std::vector<Point3> vPoints;
+    for (const Point3* pVtx : vVertices)
+        vPoints.push_back(*pVtx);
+    std::cout << ", ";
+    printEdgeDistances(std::cout, sharpEdgeDistances(*pCorners, vPoints, vIndices, mesh.getCellSize()));
+}
+
+// The road runs in the constructor.
+template <class F>
+struct Timed {
+    explicit Timed(F f)
+    {
+        recordStages(&vStages);
+        const auto start = std::chrono::steady_clock::now();
+        f();
+        seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        recordStages(nullptr);
+        vStages = sumByName(vStages);
+        bytes = peakBytes(); // before the quality asks for more
     }
+
+    std::vector<StageRecord> vStages;
+    double seconds = 0.0;
+    double bytes = 0.0;
+};
+
+void finish(const Options& options, const std::shared_ptr<Mesh>& pMesh, const std::vector<Point3>* pCorners)
+{
+    if (options.bQuality)
+        printMeshQuality(*pMesh, pCorners);
     std::cout << "}" << std::endl;
+    if (!options.out.empty() && !writeMesh_auto(options.out, pMesh, true))
+        throw std::runtime_error("cannot write " + options.out);
+}
+
+int runReconstruct(const Options& options)
+{
+    std::vector<Point3> vPoints = makeCloud(options);
+    if (!options.save.empty()) {
+        std::string name = options.save;
+        return writePoints_auto(name, vPoints, false) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    std::shared_ptr<Mesh> pMesh;
+    const Timed timed([&] { pMesh = reconstruct_auto(vPoints, 1.0, options.fill); });
+    if (pMesh == nullptr)
+        throw std::runtime_error("nothing came out");
+    std::cout << "{\"points\": " << vPoints.size() << ", \"triangles\": " << pMesh->getNumT()
+              << ", \"fill\": " << options.fill << ", \"threads\": " << options.numThreads << ", ";
+    printStages(timed.vStages);
+    printCosts(std::cout, vPoints.size(), timed.seconds, timed.bytes);
+    finish(options, pMesh, nullptr);
+    return EXIT_SUCCESS;
+}
+
+// Both roads tell costs by the number of points that come out, which is that of the touched cells.
+int runSoup(const Options& options)
+{
+    constexpr std::size_t CELLS_PER_TRIANGLE = 10;
+    constexpr double TOUCHED_CELLS = 1.307; // by a surface of the area of a cell's face, over all directions
+    std::vector<Point3> vCorners =
+        options.soup.empty() ? generatedSoup(options.numPoints / CELLS_PER_TRIANGLE) : readSoup(options.soup);
+    const double cell =
+        options.cell > 0.0
+            ? options.cell
+            : std::sqrt(TOUCHED_CELLS * areaOf(vCorners) / static_cast<double>(options.numPoints));
+    constexpr double FEATURE_ANGLE = 30.0;
+    std::shared_ptr<Mesh> pMesh;
+    std::vector<Point3> vPoints;
+    const Timed timed([&] {
+        if (options.road == Road::Melt)
+            pMesh = melt(vCorners, cell, FEATURE_ANGLE);
+        else
+            toCloud(vCorners, cell, FEATURE_ANGLE, vPoints);
+    });
+    if (pMesh == nullptr && vPoints.empty())
+        throw std::runtime_error("nothing came out");
+    std::cout << "{\"input_triangles\": " << vCorners.size() / 3 << ", \"cell\": " << cell
+              << ", \"threads\": " << options.numThreads << ", ";
+    printStages(timed.vStages);
+    if (pMesh == nullptr) {
+        printCosts(std::cout, vPoints.size(), timed.seconds, timed.bytes);
+        std::cout << "}" << std::endl;
+        std::string name = options.out;
+        return name.empty() || writePoints_auto(name, vPoints, false) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    std::cout << "\"triangles\": " << pMesh->getNumT() << ", ";
+    std::vector<Point3*> vVertices;
+    pMesh->getPoints(vVertices);
+    printCosts(std::cout, vVertices.size(), timed.seconds, timed.bytes);
+    finish(options, pMesh, &vCorners);
+    return EXIT_SUCCESS;
 }
 
 int run(const Options& options)
 {
     setMessageStream(nullptr);
     setGlobalNumCPU(options.numThreads);
-    std::vector<Point3> vPoints = makeCloud(options);
-    if (!options.save.empty()) {
-        std::string name = options.save;
-        return writePoints_auto(name, vPoints, false) ? EXIT_SUCCESS : EXIT_FAILURE;
-    }
-
-    std::vector<StageRecord> vStages;
-    recordStages(&vStages);
-    const std::size_t numPoints = vPoints.size();
-    const auto start = std::chrono::steady_clock::now();
-    const std::shared_ptr<Mesh> pMesh = reconstruct_auto(vPoints, 1.0, options.fill);
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    recordStages(nullptr);
-    if (pMesh == nullptr)
-        throw std::runtime_error("nothing came out");
-
-    printJson(options, numPoints, *pMesh, sumByName(vStages), seconds.count());
-    if (!options.out.empty() && !writeMesh_auto(options.out, pMesh, false))
-        throw std::runtime_error("cannot write " + options.out);
-    return EXIT_SUCCESS;
+    return options.road == Road::Reconstruct ? runReconstruct(options) : runSoup(options);
 }
 
 } // namespace
@@ -190,9 +275,11 @@ int main(int argc, char** argv)
     try {
         return run(parse(argc, argv));
     } catch (const std::exception& error) {
-        std::cerr << "roads: " << error.what()
-                  << "\nusage: roads N|--cloud FILE [--fill CELLS] [--threads T] [--out FILE] [--quality 1] "
-                     "[--save FILE]\n";
+        std::cerr
+            << "roads: " << error.what()
+            << "\nusage: roads N|--cloud FILE [--fill CELLS] [--threads T] [--out FILE] [--quality 1] "
+               "[--save FILE]\n       roads melt|cloud N|--soup FILE --cell S [--threads T] [--out FILE] "
+               "[--quality 1]\n";
         return EXIT_FAILURE;
     }
 }

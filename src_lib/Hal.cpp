@@ -37,7 +37,7 @@ std::shared_ptr<Mesh> Hal::reconstruct()
         ZAN_ERROR("Nothing to do (bad input? wrong resolution?)");
         return {};
     }
-    extractSurface();
+    extractSurface(&Top::runReconstruct);
     std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
     // The points of added cells are at the cells' centres: not yet on the surface, and without colour.
     pRMesh->smoothZeros(SMOOTH_ROUNDS);
@@ -47,6 +47,18 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     edgeFlips(pMesh); // the edges that the first round has made
     finish(*pMesh->getRMesh());
     return pMesh;
+}
+
+std::shared_ptr<Mesh> Hal::oneMelt()
+{
+    if (!takeBundles()) {
+        ZAN_WARNING("MELT: Nothing to do");
+        return {};
+    }
+    extractSurface(&Top::runMelt);
+    std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
+    finish(*pRMesh);
+    return std::make_shared<Mesh>(pRMesh.release());
 }
 
 void Hal::toCloud(std::vector<Point3*>& vOut)
@@ -86,13 +98,13 @@ bool Hal::takeBundles()
 
 // The surface through the cells. Raw it is no manifold where the layer is thick; the passes on codes settle
 // that, for which they ask for another extraction.
-void Hal::extractSurface()
+void Hal::extractSurface(void (Top::*runPasses)(Voro*))
 {
     Voro voro(pCalc, &mCCDBundle, &vZeroCCD, TM_FAT);
     voro.fatExtractTriangles();
     pCMesh.reset(voro.getCMesh());
     Top top(pCMesh.get(), pCalc);
-    top.runReconstruct(&voro);
+    (top.*runPasses)(&voro);
 }
 
 // The surface on real coordinates, without twins, consistently oriented, without needles and caps.

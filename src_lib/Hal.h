@@ -18,6 +18,8 @@ class CloudMgr;
 class Mesh;
 class Point3;
 class RMesh;
+class Top;
+class Voro;
 
 // Lives on the stack of an exported call, after its CloudMgr: the bundles and the Calc belong to the
 // manager's cloud. Owns the combinatorial mesh. The Mesh that a run returns keeps no pointer into either.
@@ -32,6 +34,9 @@ public:
     // All stages of a reconstruction. Null, after an error message, when the input came to no bundle.
     std::shared_ptr<Mesh> reconstruct();
 
+    // All stages of a melt. Null, after a warning, when the input came to no bundle.
+    std::shared_ptr<Mesh> oneMelt();
+
     // Appends the points of the cloud in the order of their cells; none, after a warning, when the input came
     // to nothing. They belong to the cloud.
     void toCloud(std::vector<Point3*>& vOut);
@@ -42,7 +47,7 @@ public:
 
 private:
     bool takeBundles();
-    void extractSurface();
+    void extractSurface(void (Top::*runPasses)(Voro*));
     std::unique_ptr<RMesh> takeOverToRealMesh();
     static void finish(RMesh& mesh);
 

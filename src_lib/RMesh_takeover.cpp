@@ -4,14 +4,13 @@
 #include "CMesh.h"
 #include "CTriangle.h"
 #include "Calc.h"
+#include "freeFunctions.h"
 #include "sortMT.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <limits>
 
 namespace TESK_ZAN
 {
@@ -63,19 +62,6 @@ private:
     const std::vector<u64>& vCCD;
     size_t last = 0;
 };
-
-// The next larger number on the axis where the position is largest, so that the step is not lost beside the
-// other two.
-void moveBySmallestStep(Point3& p)
-{
-    constexpr double UP = std::numeric_limits<double>::infinity();
-    double aCoords[3] = {p.x(), p.y(), p.z()};
-    double* pLargest = std::max_element(aCoords, aCoords + 3,
-                                        [](double a, double b) { return std::fabs(a) < std::fabs(b); });
-    *pLargest = std::nextafter(*pLargest, UP);
-    zanAssert(std::isfinite(*pLargest));
-    p.set(aCoords[0], aCoords[1], aCoords[2]);
-}
 
 } // namespace
 

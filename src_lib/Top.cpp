@@ -44,7 +44,7 @@ void Top::decideSheets(Voro* pVoro)
     solvePatchPairs(true); // what it kills comes back, but no rim of a double sheet makes new cells
     cbsComplete(pVoro);
     killDegenerate();
-    integrateBorders();
+    integrateBorders(MAX_TINY_T);
     dividePatches();
     solvePatchPairs(false);
     while (killSmallMembranes()) {
@@ -81,7 +81,7 @@ void Top::solvePatchPairs(bool bFirst)
         pProgress->finish(true);
 }
 
-void Top::integrateBorders()
+void Top::integrateBorders(u64 maxTinyT)
 {
     const StageTimer timer("TP_itr");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("TP_itr", 3);
@@ -91,7 +91,7 @@ void Top::integrateBorders()
     for (CEdge* pCE : vBorders)
         integrateCCD(pCE);
     pProgress->tick();
-    killTinyBorderPatches(MAX_TINY_T);
+    killTinyBorderPatches(maxTinyT);
     pProgress->tick();
     pProgress->finish(true);
 }

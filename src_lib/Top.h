@@ -56,6 +56,11 @@ public:
     // The same for the patch of a hole, without the phase "TP_unif".
     void runInHole(Voro* pVoro);
 
+    // The passes of a melt: squares, second extraction twice, rims, pairs of sheets, vertices that the mesh
+    // added, flat triangles, and no two vertices at one position. Of the vertices on the input only those
+    // move that lie in a flat triangle or with another one. Same phases.
+    void runMelt(Voro* pVoro);
+
     // --- rims, fins and the second extraction: Top_borders.cpp ---
 
     // Appends the edges of degree 1 in order of creation. A triangle that hangs with one border edge on two
@@ -89,6 +94,13 @@ public:
     // For an edge of degree 3: kills the first of its triangles that has a border edge, appends the edges
     // then left at the end that the two edges share, and returns true. False if there is no such triangle.
     bool deleteAroundEvilDeg3(CEdge* pCE, std::vector<CEdge*>& vIncBorderCE);
+
+    // --- the last step of a melt: Top_melt.cpp ---
+
+    // Moves vertices apart that are at one position: one stays, of the input if there is one, each other one
+    // goes up by less than a hundredth of a cell on each axis, to where no vertex is. Where the numbers are
+    // too coarse for that, by smallest representable steps. The point may leave its cell. n log n.
+    void separateVertices();
 
     // --- flips and collapses: Top_flips.cpp ---
 
@@ -187,8 +199,9 @@ private:
     void killPatch(CPatch* pPatch);
     bool solveRound(bool bFlag);
     bool killSmallMembranes();
-    void integrateBorders();
+    void integrateBorders(u64 maxTinyT);
     void finishOriented();
+    void finishMelt();
     void orientPatches();
     bool isAsExtracted() const;
     void splitOrMove(CTriangle* pCT, int ici, const char* warning);

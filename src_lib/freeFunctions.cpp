@@ -303,4 +303,14 @@ void unionRange(double a0, double a1, double b0, double b1, double& lo, double& 
     hi = high;
 }
 
+void moveBySmallestStep(Point3& p)
+{
+    double aCoords[3] = {p.x(), p.y(), p.z()};
+    double* pLargest = std::max_element(aCoords, aCoords + 3,
+                                        [](double a, double b) { return std::fabs(a) < std::fabs(b); });
+    *pLargest = std::nextafter(*pLargest, std::numeric_limits<double>::infinity());
+    zanAssert(std::isfinite(*pLargest));
+    p.set(aCoords[0], aCoords[1], aCoords[2]);
+}
+
 } // namespace TESK_ZAN

@@ -78,6 +78,11 @@ Point3 project2D(const Point3& p, int skipIndex);
 void commonRange(double a0, double a1, double b0, double b1, double& lo, double& hi);
 void unionRange(double a0, double a1, double b0, double b1, double& lo, double& hi);
 
+// The next larger number on the axis where the position is largest, so that the step is not lost beside the
+// other two: the nearest place that everything which compares points tells from this one. The result must be
+// finite. The colour stays.
+void moveBySmallestStep(Point3& p);
+
 // Cyclic corner indices of a triangle; num is 0, 1 or 2.
 inline int nextIndex3(int num)
 {

@@ -21,6 +21,20 @@ const std::vector<PhaseWeight>& reconstructPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& meltPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {
+        {"dih2e", 0.061},        {"reo", 0.013},         {"rFins", 0.002},        {"feate", 0.019},
+        {"nfeate", 0.084},       {"ar4", 0.092},         {"oifc", 0.025},         {"mandiffe", 0.042},
+        {"mandiffa", 0.943},     {"VO_ftx", 3},          {"VO_amb", 3},           {"TP_cbcpl", 6},
+        {"TP_pps", 5},           {"RM_cpo", 1.09},       {"RM_kdeg", 4},          {"hal-part", 10},
+        {"CL_eres", 3},          {"SM_run", 3},          {"CL_creb", 3},          {"HL_st", 3},
+        {"TP_unif", 0.6},        {"TP_itr", 1},          {"TP_fin", 1.7},         {"efLoop", 5},
+        {"RM_redborder", 0.263}, {"RM_redprioq", 0.824}, {"RM_redprocprioq", 15}, {"RM_gEfCandMT", 2},
+    };
+    return vPhases;
+}
+
 const std::vector<PhaseWeight>& toCloudPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {

@@ -15,6 +15,7 @@ struct PhaseWeight {
 
 // The phases of each call, in the order in which they enter the tree.
 const std::vector<PhaseWeight>& reconstructPhases();
+const std::vector<PhaseWeight>& meltPhases();
 const std::vector<PhaseWeight>& toCloudPhases();
 const std::vector<PhaseWeight>& densityPhases();
 const std::vector<PhaseWeight>& edgeFlipsPhases();

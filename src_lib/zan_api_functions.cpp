@@ -56,6 +56,21 @@ std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spaci
     return reconstruct(vPoints, spacingAbs, UNUSED_SPACING, fillSize);
 }
 
+std::shared_ptr<Mesh> melt(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle)
+{
+    ProgressTree tree("Melt", meltPhases());
+    std::shared_ptr<Mesh> pMesh;
+    {
+        CloudMgr cldMgr; // before the Hal, which reads the cloud's Calc to its end
+        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
+                                    NO_FILL);
+        Hal hal(&cldMgr);
+        pMesh = hal.oneMelt();
+    }
+    tree.finish();
+    return pMesh;
+}
+
 void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle,
              std::vector<Point3>& vResult)
 {

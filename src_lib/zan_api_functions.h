@@ -51,6 +51,21 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, d
 // --- Triangle soups
 // ---------------------------------------------------------------------------------------------------
 
+// Makes a clean mesh of a triangle soup: overlaps, cracks below a cell, intersections, wrong windings and bad
+// triangles don't carry over. The surface is sampled, one point for each cell that it touches, and extracted
+// anew; sharp edges, corners and borders have their points exactly on them. What is closer than a cell melts
+// together.
+//   vCorners      three corners a triangle, not changed. Triangles with a corner that is not finite are left
+//                 out, and so are degenerate ones, each with a warning.
+//   spacingAbs    cell size in units of the input, above 0.
+//   featureAngle  edges where the surface turns by more degrees than this are sharp; 30 is usual. From 360 on
+//                 only borders are.
+// Result: empty when nothing could be built, a mesh otherwise, as after a reconstruction. A corner count that
+// is no multiple of three throws ZanBugException, and so do spacings that are not above 0 or so fine that the
+// extent takes more than two million cells.
+// Cost: linear in triangles and touched cells, about 1 KB of memory a cell.
+ZAN_EXPORT std::shared_ptr<Mesh> melt(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle);
+
 // Turns a triangle soup into an even cloud: one point for each cell that a triangle touches, on the surface.
 // Corners and edges of the soup keep their places where the faces at them turn by more than featureAngle, and
 // at borders. Points are appended to vResult in the order of their cells; what stands in it stays.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <numbers>
@@ -62,6 +63,66 @@ protected:
         for (const std::string& face : vFaces)
             text << "3 " << face << '\n';
         dir.write(name, text.str());
+    }
+
+    // The cube from 0 to 1 in the forms in which triangles come: an OBJ of squares with all that may stand
+    // beside them, STL of both kinds, a PLY.
+    void writeCubes()
+    {
+        const int corner[8][3] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
+                                  {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+        const int square[6][4] = {{0, 3, 2, 1}, {4, 5, 6, 7}, {0, 1, 5, 4},
+                                  {1, 2, 6, 5}, {2, 3, 7, 6}, {3, 0, 4, 7}};
+        std::ostringstream obj, stl;
+        std::vector<float> vBinary;
+        std::vector<std::string> vVertices, vFaces;
+        obj << "# squares\r\nmtllib none\n";
+        for (const auto& p : corner) {
+            std::ostringstream xyz;
+            xyz << p[0] << ' ' << p[1] << ' ' << p[2];
+            vVertices.push_back(xyz.str());
+            obj << "v  " << xyz.str() << " 0.5 0.25 1\r\n";
+        }
+        stl << "solid cube\n";
+        for (int i = 0; i < 6; ++i) {
+            const auto& s = square[i];
+            for (const int c : {s[0], s[1], s[2], s[0], s[2], s[3]}) {
+                if (vBinary.size() % 9 == 0)
+                    stl << "facet normal 0 0 0\nouter loop\n";
+                stl << "vertex " << vVertices[size_t(c)] << '\n';
+                vBinary.insert(vBinary.end(),
+                               {float(corner[c][0]), float(corner[c][1]), float(corner[c][2])});
+                if (vBinary.size() % 9 == 0)
+                    stl << "endloop\nendfacet\n";
+            }
+            for (const int k : {1, 2})
+                vFaces.push_back(std::to_string(s[0]) + ' ' + std::to_string(s[k]) + ' ' +
+                                 std::to_string(s[k + 1]));
+            obj << (i == 0 ? "f 1//1 4//1 \\\n3//1 2//1\n" : "f"); // the first one over two lines
+            for (int k = 0; i > 0 && k < 4; ++k)
+                obj << ' ' << (k % 2 == 0 ? s[k] + 1 : s[k] - 8) << "/7";
+            obj << '\n';
+        }
+        stl << "endsolid cube\n";
+        dir.write("cube.obj", obj.str());
+        dir.write("text.stl", stl.str());
+        dir.write("binary.stl", binaryStl(vBinary));
+        writePly("cube.ply", vVertices, vFaces);
+    }
+
+    // The header begins as a text would.
+    static std::string binaryStl(const std::vector<float>& vCoords)
+    {
+        std::string bytes = "solid but binary";
+        bytes.resize(80, ' ');
+        const auto num = static_cast<std::uint32_t>(vCoords.size() / 9);
+        bytes.append(reinterpret_cast<const char*>(&num), sizeof(num));
+        for (size_t i = 0; i < num; ++i) {
+            bytes.append(12, '\0');
+            bytes.append(reinterpret_cast<const char*>(vCoords.data() + 9 * i), 36);
+            bytes.append(2, '\0');
+        }
+        return bytes;
     }
 
     // The value behind a label of the report, empty without that label.
@@ -235,6 +296,85 @@ TEST_F(Cli, QuietStillShowsTheMessagesOfAFailure)
     EXPECT_EQ(outcome.out, "");
 }
 
+// --- melt and cloud ---
+
+TEST_F(Cli, MeltTakesEachKindOfTriangleFileAndGivesTheSame)
+{
+    writeCubes();
+    ASSERT_EQ(zan("melt cube.ply expected.ply --spacing 0.1").code, 0);
+    for (const char* in : {"cube.obj", "text.stl", "binary.stl"}) {
+        const Outcome outcome = zan(std::string("melt ") + in + " out.ply --spacing 0.1");
+        ASSERT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_EQ(valueOf("input triangles", outcome.out), "12") << in;
+        EXPECT_TRUE(dir.read("out.ply") == dir.read("expected.ply")) << in;
+    }
+    const Outcome seen = zan("info out.ply");
+    EXPECT_EQ(valueOf("border edges", seen.out), "0");
+    EXPECT_EQ(valueOf("components", seen.out), "1");
+}
+
+TEST_F(Cli, MeltProposesASpacingAndSaysSo)
+{
+    writeCubes();
+    const Outcome outcome = zan("melt cube.ply out.ply");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(valueOf("cell size", outcome.out), "0.0173205 (a hundredth of the box diagonal)");
+    EXPECT_EQ(zan("melt cube.ply out.ply --quiet").out, "");
+}
+
+TEST_F(Cli, ReconstructWithFmeltIsMelt)
+{
+    writeCubes();
+    ASSERT_EQ(zan("melt text.stl melted.ply --spacing 0.1").code, 0);
+    for (const char* options : {"-m -a 0.1", "--fmelt --spacing 0.1"}) {
+        ASSERT_EQ(zan(std::string("reconstruct text.stl out.ply ") + options).code, 0) << options;
+        EXPECT_TRUE(dir.read("out.ply") == dir.read("melted.ply")) << options;
+    }
+    EXPECT_EQ(zan("reconstruct text.stl out.ply -m --fill 3").code, 2);
+}
+
+TEST_F(Cli, FeatureAngleDecidesWhatStaysSharp)
+{
+    writeCubes();
+    ASSERT_EQ(zan("melt cube.ply sharp.ply --spacing 0.1 --feature-angle 89").code, 0);
+    ASSERT_EQ(zan("melt cube.ply blunt.ply --spacing 0.1 --feature-angle 360").code, 0);
+    EXPECT_FALSE(dir.read("sharp.ply") == dir.read("blunt.ply"));
+}
+
+TEST_F(Cli, CloudHasPointsOnTheTriangles)
+{
+    writeCubes();
+    const Outcome outcome = zan("cloud binary.stl out.xyz --spacing 0.1");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const Outcome seen = zan("info out.xyz");
+    EXPECT_EQ(valueOf("points", seen.out), valueOf("points", outcome.out));
+    EXPECT_EQ(valueOf("z", seen.out), "0 to 1, extent 1");
+    EXPECT_EQ(zan("cloud cube.obj out.stl").code, 2) << "points are no triangles";
+}
+
+TEST_F(Cli, TriangleFilesThatAreWrongAreRefusedWithTheirExitCodes)
+{
+    writeCubes();
+    dir.write("short.stl", dir.read("binary.stl").substr(0, 300));
+    dir.write("many.stl", dir.read("binary.stl").replace(80, 4, "\xff\xff\xff\xff"));
+    dir.write("none.stl", std::string(84, '\0'));
+    dir.write("beyond.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 4\n");
+    dir.write("before.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 -4\n");
+    dir.write("zero.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 0 1 2\n");
+    dir.write("words.obj", "v 0 0\n");
+    dir.write("points.obj", "v 0 0 0\np 1\n");
+    dir.write("flat.obj", "v 1 1 1\nv 1 1 1\nv 1 1 1\nf 1 2 3\n");
+    for (const char* in :
+         {"short.stl", "many.stl", "beyond.obj", "before.obj", "zero.obj", "words.obj", "gone.stl"})
+        EXPECT_EQ(zan(std::string("melt ") + in + " out.ply").code, 3) << in;
+    for (const char* in : {"none.stl", "points.obj", "flat.obj"})
+        EXPECT_EQ(zan(std::string("melt ") + in + " out.ply").code, 1) << in;
+    EXPECT_EQ(zan("melt cube.xyz out.ply").code, 2) << "points are no triangles";
+    EXPECT_EQ(zan("melt cube.obj out.ply --feature-angle nan").code, 2);
+    EXPECT_EQ(zan("melt cube.obj out.ply --spacing 1e-9").code, 4) << "too fine for the grid";
+    EXPECT_FALSE(std::filesystem::exists(dir.file("out.ply")));
+}
+
 // --- info ---
 
 TEST_F(Cli, InfoOfACloudTellsCountBoxAndSpacing)
@@ -298,6 +438,7 @@ TEST_F(Cli, VersionAndHelpAreNoFailures)
     const Outcome version = zan("--version");
     EXPECT_EQ(version.code, 0);
     EXPECT_EQ(version.out, "zan " ZAN_VERSION "\n");
-    for (const char* arguments : {"--help", "reconstruct --help", "info --help"})
+    for (const char* arguments :
+         {"--help", "reconstruct --help", "melt --help", "cloud --help", "info --help"})
         EXPECT_EQ(zan(arguments).code, 0) << arguments;
 }

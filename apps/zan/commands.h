@@ -8,4 +8,6 @@ class App;
 }
 
 void addReconstruct(CLI::App& program);
+void addMelt(CLI::App& program);
+void addCloud(CLI::App& program);
 void addInfo(CLI::App& program);

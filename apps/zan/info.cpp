@@ -5,6 +5,7 @@
 #include "inputFiles.h"
 #include "meshFigures.h"
 #include "report.h"
+#include "soupFiles.h"
 
 #include <zan/zan_api_functions.h>
 
@@ -83,8 +84,8 @@ void infoOfCloud(std::vector<Point3>& vPoints)
 
 void run(const std::string& name)
 {
-    if (getFileType(name) == FT_STL) {
-        const std::vector<Point3> vCorners = readTriangles(name);
+    if (isSoupName(name) && getFileType(name) != FT_PLY) { // a PLY can hold either
+        const std::vector<Point3> vCorners = readSoup(name);
         reportLine("kind", "triangles");
         reportPoints(vCorners);
         infoOfMesh(vCorners);
@@ -96,7 +97,7 @@ void run(const std::string& name)
     reportLine(bMesh ? "vertices" : "points", vPoints.size());
     reportPoints(vPoints);
     if (bMesh)
-        infoOfMesh(readTriangles(name));
+        infoOfMesh(readSoup(name));
     else
         infoOfCloud(vPoints);
 }
@@ -107,7 +108,7 @@ void addInfo(CLI::App& program)
 {
     const auto pName = std::make_shared<std::string>();
     CLI::App* pCommand = program.add_subcommand("info", "Show what a point or mesh file holds");
-    pCommand->add_option("FILE", *pName, "Points: .ply, .xyz, .txt, .asc, .bin. Triangles: .ply, .stl")
+    pCommand->add_option("FILE", *pName, "Points: .ply, .xyz, .txt, .asc, .bin. Triangles: .ply, .stl, .obj")
         ->required();
     pCommand->callback([pName] { run(*pName); });
 }

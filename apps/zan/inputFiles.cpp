@@ -1,7 +1,6 @@
 #include "inputFiles.h"
 
 #include "CommandError.h"
-#include "HeldMessages.h"
 
 #include <zan/zan_api_functions.h>
 
@@ -26,11 +25,11 @@ void checkHoldsPoints(const std::string& name)
     case FT_BIN:
         return;
     case FT_STL:
-        throw CommandError(ExitCode::Usage,
-                           "'" + name +
-                               "' is a triangle file, and this takes points. Save the points "
-                               "as one of " +
-                               CLOUD_EXTENSIONS + ".");
+        throw CommandError(
+            ExitCode::Usage,
+            "'" + name +
+                "' is a triangle file, and this takes points. 'zan melt' takes triangles, and so "
+                "does --fmelt (-m) with --spacing (-a).");
     default:
         throw CommandError(ExitCode::Usage, "the ending of '" + name +
                                                 "' does not tell what is in it. Point files end in one of " +
@@ -87,29 +86,4 @@ bool plyHasFaces(const std::string& name)
             return num > 0.0;
     }
     return false;
-}
-
-std::vector<Point3> readTriangles(const std::string& name)
-{
-    std::vector<Point3> vCorners;
-    checkReadable(name);
-    {
-        // A soup has more corners than the file has colours. The reader warns of it, and it means nothing
-        // here.
-        HeldMessages messages;
-        const bool bRead = getFileType(name) == FT_STL ? readSTL_ASCII(name.c_str(), vCorners)
-                                                       : readPly(name.c_str(), false, vCorners);
-        if (!bRead)
-            throw CommandError(
-                ExitCode::FileTrouble,
-                "the triangles of '" + name +
-                    "' could not be read; a message above may tell why. Faces need exactly three "
-                    "indices, in a list named vertex_indices.");
-        messages.drop();
-    }
-    if (vCorners.empty())
-        throw CommandError(ExitCode::NothingCameOut,
-                           "'" + name +
-                               "' holds no triangles that can be read. STL is read in its text form.");
-    return vCorners;
 }

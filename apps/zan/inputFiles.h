@@ -18,6 +18,3 @@ void checkReadable(const std::string& name);
 
 // Whether the header of a PLY file announces faces. False when it cannot be read.
 bool plyHasFaces(const std::string& name);
-
-// The corners of the triangles of a PLY or STL file, three a triangle. Throws CommandError as readCloud does.
-std::vector<TESK_ZAN::Point3> readTriangles(const std::string& name);

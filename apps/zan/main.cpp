@@ -29,12 +29,14 @@ int fail(ExitCode code, const std::string& what)
 
 int run(int argc, char** argv)
 {
-    CLI::App program("Triangle meshes from point clouds.", "zan");
+    CLI::App program("Triangle meshes from point clouds and from triangles of any condition.", "zan");
     program.set_version_flag("--version", versionText());
     program.require_subcommand(1);
     program.footer("Exit codes: 0 done, 1 nothing came out of the input, 2 usage, 3 trouble with a file,\n"
                    "4 internal failure.");
     addReconstruct(program);
+    addMelt(program);
+    addCloud(program);
     addInfo(program);
 
     try {

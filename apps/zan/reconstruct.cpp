@@ -7,13 +7,15 @@
 #include "commands.h"
 #include "finishing.h"
 #include "inputFiles.h"
+#include "melt.h"
+#include "meshOutput.h"
 #include "report.h"
+#include "runOptions.h"
 
 #include <zan/zan_api_functions.h>
 
 #include <CLI/CLI.hpp>
 
-#include <cmath>
 #include <memory>
 #include <optional>
 
@@ -22,8 +24,8 @@ using namespace TESK_ZAN;
 namespace
 {
 
-// Measured: 1 leaves pinholes in dense clouds (a closed statue of a million points) and far more loops in real
-// scans; 2 joins the rims of two sheets six point spacings apart, which 1 keeps.
+// Measured: 1 leaves pinholes in dense clouds (a closed statue of a million points) and far more loops in
+// real scans; 2 joins the rims of two sheets six point spacings apart, which 1 keeps.
 constexpr int DEFAULT_FILL = 2;
 
 struct Options {
@@ -32,10 +34,9 @@ struct Options {
     std::optional<double> spacing; // without: the detected one, times the factor
     double spacingFactor = 1.0;
     int fill = DEFAULT_FILL;
-    int numThreads = 0; // all that the hardware has
+    bool bMelt = false; // the input is triangles
     FinishingOptions finishing;
-    bool bAscii = false;
-    bool bQuiet = false;
+    RunOptions run;
 };
 
 struct Seconds {
@@ -45,23 +46,9 @@ struct Seconds {
     double writing = 0.0;
 };
 
-void checkHoldsMesh(const std::string& name)
-{
-    switch (getFileType(name)) {
-    case FT_PLY:
-    case FT_STL:
-    case FT_LIST:
-        return;
-    default:
-        throw CommandError(ExitCode::Usage, "the ending of '" + name +
-                                                "' does not tell which kind of mesh file to write. Use " +
-                                                ".ply, .stl or .list.");
-    }
-}
-
 std::shared_ptr<Mesh> reconstruct(const Options& options, std::vector<Point3>& vPoints)
 {
-    setGlobalNumCPU(options.numThreads);
+    setGlobalNumCPU(options.run.numThreads);
     std::shared_ptr<Mesh> pMesh = options.spacing
                                       ? reconstruct_abs(vPoints, *options.spacing, options.fill)
                                       : reconstruct_auto(vPoints, options.spacingFactor, options.fill);
@@ -71,16 +58,6 @@ std::shared_ptr<Mesh> reconstruct(const Options& options, std::vector<Point3>& v
                                "'. The points must sample a surface; if they do, give --spacing about the "
                                "distance between neighbours ('zan info' shows the extent).");
     return pMesh;
-}
-
-void write(const Options& options, const std::shared_ptr<Mesh>& pMesh, OutputFile& output)
-{
-    // The library's PLY switch is reversed for compatibility: true gives the binary form.
-    const bool bLibrarySwitch = !options.bAscii;
-    if (!writeMesh_auto(output.workName(), pMesh, bLibrarySwitch))
-        throw CommandError(ExitCode::FileTrouble,
-                           "'" + options.out + "' could not be written whole. Is there free space?");
-    output.commit();
 }
 
 // finished: a line for each step after the reconstruction.
@@ -107,7 +84,7 @@ void run(const Options& options)
 {
     checkHoldsMesh(options.out);
     std::optional<HeldMessages> held;
-    if (options.bQuiet)
+    if (options.run.bQuiet)
         held.emplace();
     OutputFile output(options.out);
 
@@ -116,14 +93,14 @@ void run(const Options& options)
     std::vector<Point3> vPoints = readCloud(options.in);
     seconds.reading = watch.lap();
     std::optional<ProgressBar> bar;
-    if (!options.bQuiet)
+    if (!options.run.bQuiet)
         bar.emplace();
     const std::shared_ptr<Mesh> pMesh = reconstruct(options, vPoints);
     seconds.reconstruction = watch.lap();
     const ReportLines finished = finishMesh(options.finishing, pMesh);
     seconds.finishing = watch.lap();
     bar.reset();
-    write(options, pMesh, output);
+    writeMesh(pMesh, output, options.out, options.run.bAscii);
     seconds.writing = watch.lap();
 
     if (held)
@@ -132,13 +109,15 @@ void run(const Options& options)
         report(options, vPoints.size(), *pMesh, finished, seconds);
 }
 
-// CLI11's own range checks let NaN through.
-std::string isPositive(const std::string& text)
+MeltOptions meltOptions(const Options& options)
 {
-    double value = 0.0;
-    const bool bNumber = CLI::detail::lexical_cast(text, value);
-    return bNumber && std::isfinite(value) && value > 0.0 ? ""
-                                                          : "must be a number above 0, is '" + text + "'";
+    MeltOptions melt;
+    melt.soup.in = options.in;
+    melt.soup.spacing = options.spacing;
+    melt.out = options.out;
+    melt.finishing = options.finishing;
+    melt.run = options.run;
+    return melt;
 }
 
 } // namespace
@@ -155,23 +134,27 @@ void addReconstruct(CLI::App& program)
     pCommand->add_option("OUT", pOptions->out, "Mesh: .ply, .stl or .list")->required();
 
     CLI::Option* pSpacing =
-        pCommand->add_option("--spacing", pOptions->spacing, "Cell size in units of the input")
+        pCommand->add_option("-a,--spacing", pOptions->spacing, "Cell size in units of the input")
             ->check(isPositive, "above 0");
+    CLI::Option* pMelt = pCommand->add_flag("-m,--fmelt", pOptions->bMelt,
+                                            "Take triangles instead of points, as 'zan melt' does");
     pCommand
         ->add_option("--spacing-factor", pOptions->spacingFactor,
                      "Cell size as a multiple of the detected spacing; noisy clouds like 1.5 to 3")
         ->check(isPositive, "above 0")
         ->capture_default_str()
-        ->excludes(pSpacing);
+        ->excludes(pSpacing)
+        ->excludes(pMelt);
     pCommand->add_option("--fill", pOptions->fill, "Largest gap to bridge, in cells; 0 bridges none")
         ->check(CLI::NonNegativeNumber)
-        ->capture_default_str();
+        ->capture_default_str()
+        ->excludes(pMelt);
     addFinishingOptions(*pCommand, pOptions->finishing);
-    pCommand->add_option("--threads", pOptions->numThreads, "Worker threads; 0: as many as the hardware has")
-        ->check(CLI::Range(0, 1024))
-        ->capture_default_str();
-    pCommand->add_flag("--ascii", pOptions->bAscii, "Write PLY as text; otherwise it is binary");
-    pCommand->add_flag("--quiet", pOptions->bQuiet, "Say nothing unless it fails");
-
-    pCommand->callback([pOptions] { run(*pOptions); });
+    addRunOptions(*pCommand, pOptions->run);
+    pCommand->callback([pOptions] {
+        if (pOptions->bMelt)
+            runMelt(meltOptions(*pOptions));
+        else
+            run(*pOptions);
+    });
 }

@@ -1,0 +1,158 @@
+#include "Top.h"
+
+#include "CMesh.h"
+#include "Calc.h"
+#include "Point3Hash.h"
+#include "Progress.h"
+#include "freeFunctions.h"
+#include "random.h"
+#include "sortMT.h"
+#include "stageTrace.h"
+#include "tesk_tools/FlatMap.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr u64 MAX_TINY_T_MELT = 8; // as MAX_TINY_T of a reconstruction: a soup has no specks of noise
+
+constexpr u64 SEPARATION_SEED = 0x5a414e02; // any fixed number
+constexpr std::uint32_t SHIFT_STEPS = 1000; // a shift is one of so many steps of
+constexpr double SHIFT_STEP_CELLS = 1e-5;
+constexpr u64 MAX_SHIFTS = 16; // then the numbers are too coarse for shifts
+
+// A vertex with the hash of its position, which finds those with the same one.
+struct PlacedBundle {
+    u64 hash;
+    Bundle* pBundle;
+    bool bMade; // by the mesh: it moves rather than one of the input
+};
+
+bool operator<(const PlacedBundle& a, const PlacedBundle& b)
+{
+    return std::tie(a.hash, a.bMade, a.pBundle->ccd) < std::tie(b.hash, b.bMade, b.pBundle->ccd);
+}
+
+std::vector<PlacedBundle> placedBundles(const CMesh& mesh)
+{
+    std::vector<u64> vMadeCCD;
+    for (const Bundle* pBundle : mesh.getOwnBundles())
+        vMadeCCD.push_back(pBundle->ccd);
+    std::sort(vMadeCCD.begin(), vMadeCCD.end());
+
+    std::vector<PlacedBundle> vPlaced;
+    vPlaced.reserve(mesh.getBundles().size());
+    for (const auto& [ccd, pBundle] : mesh.getBundles())
+        vPlaced.push_back({Point3Hash()(*pBundle->pVtx), pBundle,
+                           std::binary_search(vMadeCCD.begin(), vMadeCCD.end(), ccd)});
+    sortMT(vPlaced.begin(), vPlaced.end());
+    return vPlaced;
+}
+
+// The positions that are in use while vertices move. Those they came from stay in use: one always stays
+// there.
+class UsedPositions
+{
+public:
+    explicit UsedPositions(const std::vector<PlacedBundle>& vPlaced_srt) : vPlaced(vPlaced_srt) {}
+
+    bool has(const Point3& p) const
+    {
+        if (sNew.find(p) != nullptr)
+            return true;
+        const u64 hash = Point3Hash()(p);
+        auto it = std::partition_point(vPlaced.begin(), vPlaced.end(),
+                                       [hash](const PlacedBundle& placed) { return placed.hash < hash; });
+        for (; it != vPlaced.end() && it->hash == hash; ++it)
+            if (*it->pBundle->pVtx == p)
+                return true;
+        return false;
+    }
+    void add(const Point3& p) { sNew.tryEmplace(p, true); }
+
+private:
+    const std::vector<PlacedBundle>& vPlaced;
+    TESK_TOOLS::FlatMap<Point3, bool, Point3Hash> sNew;
+};
+
+double shiftAt(u64 trial, u64 ccd, u64 axis)
+{
+    const double step = randomAt(SEPARATION_SEED, 3 * trial + axis, ccd) * SHIFT_STEPS;
+    return double(std::uint32_t(step)) * SHIFT_STEP_CELLS;
+}
+
+// The shifts are large enough to leave the triangles there an area.
+Point3 freePlaceBeside(const Point3& p, u64 ccd, double cellSize, const UsedPositions& used)
+{
+    for (u64 trial = 0; trial < MAX_SHIFTS; ++trial) {
+        const Point3 moved(p.x() + cellSize * shiftAt(trial, ccd, 0),
+                           p.y() + cellSize * shiftAt(trial, ccd, 1),
+                           p.z() + cellSize * shiftAt(trial, ccd, 2));
+        if (!used.has(moved))
+            return moved;
+    }
+    Point3 moved = p;
+    while (used.has(moved)) // each step is to a new place, and the used ones are so many and no more
+        moveBySmallestStep(moved);
+    return moved;
+}
+
+} // namespace
+
+void Top::runMelt(Voro* pVoro)
+{
+    {
+        const StageTimer timer("TP_unif");
+        Progress* pProgress = getRootProgress()->getChildProgressSetTodo("TP_unif", 1);
+        unifyDiagonals();
+        pProgress->tick();
+        pProgress->finish(true);
+    }
+    cbsComplete(pVoro);
+    cbsComplete(pVoro); // the cells of the first one can complete further cubes
+    integrateBorders(MAX_TINY_T_MELT);
+    dividePatches();
+    solvePatchPairs(true);
+    finishMelt();
+}
+
+void Top::finishMelt()
+{
+    const StageTimer timer("TP_fin");
+    Progress* pProgress = getRootProgress()->getChildProgressSetTodo("TP_fin", 3);
+    killTinyBorderPatches(MAX_TINY_T_MELT);
+    pProgress->tick();
+    pMesh->averageAllBundles(); // not the points on the input: they carry its corners and edges
+    pMesh->splitDegenerate();
+    pProgress->tick();
+    separateVertices();
+    pProgress->tick();
+    pProgress->finish(true);
+}
+
+void Top::separateVertices()
+{
+    const std::vector<PlacedBundle> vPlaced = placedBundles(*pMesh);
+    UsedPositions used(vPlaced);
+    for (std::size_t first = 0, last = 0; first < vPlaced.size(); first = last) {
+        while (last < vPlaced.size() && vPlaced[last].hash == vPlaced[first].hash)
+            ++last;
+        for (std::size_t i = first + 1; i < last; ++i) {
+            Bundle* pBundle = vPlaced[i].pBundle;
+            Point3& p = *pBundle->pVtx;
+            const auto isThere = [&](const PlacedBundle& placed) { return *placed.pBundle->pVtx == p; };
+            if (!std::any_of(vPlaced.begin() + std::ptrdiff_t(first), vPlaced.begin() + std::ptrdiff_t(i),
+                             isThere))
+                continue; // two positions with one hash
+            p.set(freePlaceBeside(p, pBundle->ccd, pCalc->getCellSize(), used));
+            used.add(p);
+        }
+    }
+}
+
+} // namespace TESK_ZAN

@@ -1,0 +1,143 @@
+// The passes of a melt, on cells.
+#include "Top.h"
+
+#include "CMesh.h"
+#include "Voro.h"
+#include "freeFunctions.h"
+#include "helpers/captured.h"
+#include "helpers/codeMesh.h"
+#include "helpers/smallMeshes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <set>
+
+using namespace TESK_ZAN;
+using namespace zan_test;
+
+namespace
+{
+
+using Cells = std::vector<std::array<int, 3>>;
+
+// Vertices by code, ascending, with the corners of all triangles.
+std::vector<double> meltOf(const Cells& vCells)
+{
+    const NamedRoot root;
+    const CapturedMessages messages;
+    CellSet cells(vCells);
+    Voro voro(&cells.calc, &cells.mCCDBundle, &cells.vZeroCCD, TM_FAT);
+    voro.fatExtractTriangles();
+    const std::unique_ptr<CMesh> pMesh(voro.getCMesh());
+    Top(pMesh.get(), &cells.calc).runMelt(&voro);
+    EXPECT_TRUE(pMesh->checkDataStructures("after the melt"));
+    std::vector<double> v;
+    std::set<Point3> sPoints;
+    for (const auto& [ccd, pBundle] : pMesh->getBundles()) {
+        EXPECT_TRUE(sPoints.insert(*pBundle->pVtx).second) << "two vertices at one position";
+        v.insert(v.end(), {double(ccd), pBundle->pVtx->x(), pBundle->pVtx->y(), pBundle->pVtx->z()});
+    }
+    std::vector<CTriangle*> vCT;
+    pMesh->getAliveT(vCT);
+    for (const CTriangle* pCT : vCT)
+        v.insert(v.end(), {double(pCT->getC0()), double(pCT->getC1()), double(pCT->getC2())});
+    return v;
+}
+
+// The cells of a slanted plate, tilt cells up for each cell along, and of one that stands on its middle.
+Cells plates(int edge, double tilt)
+{
+    std::set<std::array<int, 3>> sCells;
+    for (int x = 0; x < edge; ++x)
+        for (int y = 0; y < edge; ++y) {
+            sCells.insert({100 + x, 100 + y, 100 + int(tilt * x)});
+            if (y > 0)
+                sCells.insert({100 + edge / 2 + int(tilt * y), 100 + x, 100 + int(tilt * edge / 2) + y});
+        }
+    return {sCells.begin(), sCells.end()};
+}
+
+Cells openBox(int edge)
+{
+    Cells vCells;
+    for (int x = 0; x < edge; ++x)
+        for (int y = 0; y < edge; ++y)
+            for (int z = 0; z < edge; ++z)
+                if (x == 0 || y == 0 || z == 0 || x == edge - 1 || y == edge - 1)
+                    vCells.push_back({100 + x, 100 + y, 100 + z});
+    return vCells;
+}
+
+} // namespace
+
+TEST(TopMelt, secondCompletionMeetsVerticesWithoutBundleAndGoesOn)
+{
+    for (const int edge : {5, 8, 12, 17, 23}) {
+        for (const double tilt : {0.0, 0.3, 0.7}) {
+            const Cells vCells = plates(edge, tilt);
+            EXPECT_EQ(meltOf(vCells), meltOf(vCells)) << edge << " cells, tilt " << tilt;
+        }
+        EXPECT_EQ(meltOf(openBox(edge)), meltOf(openBox(edge))) << edge << " cells";
+    }
+}
+
+TEST(TopMelt, pointsOfTheCellsStayWhereTheyAre)
+{
+    const Cells vCells = openBox(12);
+    const std::vector<double> v = meltOf(vCells);
+    size_t numFound = 0;
+    for (const auto& [x, y, z] : vCells)
+        for (size_t i = 0; i + 3 < v.size(); i += 4)
+            if (v[i] == double(CellSet::ccdOf(x, y, z)) && v[i + 1] == x + 0.5 && v[i + 2] == y + 0.5 &&
+                v[i + 3] == z + 0.5) {
+                ++numFound;
+                break;
+            }
+    EXPECT_EQ(vCells.size(), numFound);
+}
+
+// --- separation ---
+
+TEST(TopMelt, coincidingVerticesPartByLessThanAHundredthOfACell)
+{
+    CodeMesh code(tetrahedron());
+    const Point3 place = *code.cells.vBundles[1].pVtx;
+    for (const int i : {2, 3})
+        code.cells.vBundles[size_t(i)].pVtx->set(place);
+    Top(&code.mesh, &code.cells.calc).separateVertices();
+    std::set<Point3> sPoints(code.cells.vPoints.begin(), code.cells.vPoints.end());
+    EXPECT_EQ(4u, sPoints.size());
+    EXPECT_EQ(1u, sPoints.count(place)) << "one of them stays";
+    for (const int i : {1, 2, 3}) {
+        const Vector3 move = code.cells.vPoints[size_t(i)] - place;
+        for (const double component : {move.x(), move.y(), move.z()}) {
+            EXPECT_GE(component, 0.0);
+            EXPECT_LT(component, 0.01);
+        }
+    }
+}
+
+TEST(TopMelt, separationEndsWhereTheShiftsAreLostInTheNumbers)
+{
+    CodeMesh code(tetrahedron());
+    const Point3 far(1e15, -3e15, 2.0); // the next double is half a cell away
+    for (Point3& p : code.cells.vPoints)
+        p.set(far);
+    Top(&code.mesh, &code.cells.calc).separateVertices();
+    EXPECT_EQ(4u, std::set<Point3>(code.cells.vPoints.begin(), code.cells.vPoints.end()).size());
+}
+
+TEST(TopMelt, vertexOfTheInputStaysAndTheOneThatTheMeshMadeMoves)
+{
+    CodeMesh code(tetrahedron());
+    const u64 ccdMade = CellSet::ccdOf(1, 1, 1); // below all others
+    code.mesh.addBundle(ccdMade, 1.5, 1.5, 1.5);
+    const Point3 place = code.cells.vPoints[2];
+    code.mesh.getVtx(ccdMade)->set(place);
+    Top(&code.mesh, &code.cells.calc).separateVertices();
+    EXPECT_TRUE(code.cells.vPoints[2] == place);
+    EXPECT_FALSE(*code.mesh.getVtx(ccdMade) == place);
+}
