@@ -204,6 +204,13 @@ bool isEncircled(const Point3& a, const Point3& b, const std::vector<Point3>& vP
 
 void Chain::getOriented(std::set<CTriangle*>& sAdjOrientedCT)
 {
+    std::vector<CTriangle*> vFlippedCT;
+    warnOfGaps();
+    orientAlong(sAdjOrientedCT, vFlippedCT);
+}
+
+void Chain::warnOfGaps() const
+{
     for (std::size_t i = 0; i < lMemberCE.size(); ++i) {
         const CEdge* pNextCE = lMemberCE[i + 1 < lMemberCE.size() ? i + 1 : 0];
         if (lMemberCE[i]->getTarget() == pNextCE->getSource())
@@ -212,13 +219,20 @@ void Chain::getOriented(std::set<CTriangle*>& sAdjOrientedCT)
         text << "BUG, " << *this << ": " << *pNextCE << " does not continue " << *lMemberCE[i];
         ZAN_WARNING(text.str());
     }
+}
+
+// Appends what it had to turn.
+void Chain::orientAlong(std::set<CTriangle*>& sAdjOrientedCT, std::vector<CTriangle*>& vFlippedCT) const
+{
     for (const CEdge* pCE : lMemberCE) {
         if (pCE->getDegree() > 1)
             continue;
         for (CTriangle* pCT : pCE->getCTs()) {
-            const bool bNew = sAdjOrientedCT.insert(pCT).second;
-            if (bNew && pCT->getHEDirection2(pCE->getSource(), pCE->getTarget()) != HE_OPPOSITE)
-                pCT->flipOrientation();
+            if (!sAdjOrientedCT.insert(pCT).second ||
+                pCT->getHEDirection2(pCE->getSource(), pCE->getTarget()) == HE_OPPOSITE)
+                continue;
+            pCT->flipOrientation();
+            vFlippedCT.push_back(pCT);
         }
     }
 }
@@ -226,7 +240,9 @@ void Chain::getOriented(std::set<CTriangle*>& sAdjOrientedCT)
 bool Chain::hasMoebius()
 {
     std::set<CTriangle*> sAdjOrientedCT;
-    getOriented(sAdjOrientedCT);
+    std::vector<CTriangle*> vFlippedCT;
+    warnOfGaps();
+    orientAlong(sAdjOrientedCT, vFlippedCT);
     std::vector<CTriangle*> vCT(sAdjOrientedCT.begin(), sAdjOrientedCT.end());
     std::sort(vCT.begin(), vCT.end(),
               [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
@@ -243,6 +259,8 @@ bool Chain::hasMoebius()
                 vMoebiusCE.push_back(pCE);
         }
     }
+    for (CTriangle* pCT : vFlippedCT)
+        pCT->flipOrientation();
     return !vMoebiusCE.empty();
 }
 

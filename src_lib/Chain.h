@@ -63,8 +63,9 @@ public:
     // walk over it: it is ordered by address.
     void getOriented(std::set<CTriangle*>& sAdjOrientedCT);
 
-    // After getOriented: some neighbours among these triangles run along their common edge in the same
-    // direction, so the strip along the chain is twisted. Those edges are kept for fixMoebius.
+    // Oriented so, some neighbours among these triangles would run along their common edge in the same
+    // direction: the strip along the chain is twisted. Those edges are kept for fixMoebius. The orientation
+    // is left as it was.
     bool hasMoebius();
 
     // Unties the strip where hasMoebius found it twisted: at an edge that cuts the strip, its two ends are
@@ -79,6 +80,8 @@ private:
     };
 
     void takeEdgesFromMap(EdgeMap& mmVCD2CE);
+    void warnOfGaps() const;
+    void orientAlong(std::set<CTriangle*>& sAdjOrientedCT, std::vector<CTriangle*>& vFlippedCT) const;
     std::vector<SteepT> getSteepness() const;
     bool collectOneSide(const CEdge* pCE, std::vector<CTriangle*>& vResultT) const;
     bool exchangeEnds(const CEdge* pCE, const std::vector<CTriangle*>& vResultT);

@@ -19,7 +19,7 @@ class CMesh;
 class CTriangle;
 
 // Every loop that can be filled is, also the outer rim of a curved open surface; Chain::isGoodHole tells them
-// apart. Whatever is not filled stays as it was but for orientations.
+// apart. Whatever is not filled stays as it was.
 class HoleFiller
 {
 public:

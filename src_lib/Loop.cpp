@@ -6,6 +6,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <iterator>
 
 namespace TESK_ZAN
@@ -25,6 +26,8 @@ constexpr double FOLD_PENALTY = 100.0;
 constexpr double MAX_ANGLE_SUM = 250.0;
 constexpr double DOUBTFUL_ANGLE_SUM = -200.0;
 
+constexpr int MAX_LAST_CORNERS = 4;
+
 bool runsAgainst(const CEdge* pCE, u64 vcd)
 {
     return pCE->isBorder() && pCE->getCTs()[0]->getHEDirection2(vcd, pCE->getOtherVCD(vcd)) == HE_OPPOSITE;
@@ -39,6 +42,8 @@ Loop::Loop(EdgeMap& mmVCD2CE, CMesh* pMeshGiven, const BorderStrands* pStrands) 
     bClosed = orientChainAndAjacentT(mmVCD2CE, pStrands);
     if (bClosed)
         orientAroundCorners();
+    else
+        turnBack();
 }
 
 bool Loop::orientChainAndAjacentT(EdgeMap& mmVCD2CE, const BorderStrands* pStrands)
@@ -85,8 +90,21 @@ void Loop::takeEdge(CEdge* pCE, u64 vcd)
         return;
     CTriangle* pCT = pCE->getCTs()[0];
     if (pCT->getHEDirection2(pCE->getSource(), pCE->getTarget()) != HE_OPPOSITE)
-        pCT->flipOrientation();
+        turn(pCT);
     vAdjT.push_back(pCT);
+}
+
+void Loop::turn(CTriangle* pCT)
+{
+    pCT->flipOrientation();
+    vTurnedT.push_back(pCT);
+}
+
+void Loop::turnBack()
+{
+    for (CTriangle* pCT : vTurnedT)
+        pCT->flipOrientation();
+    vTurnedT.clear();
 }
 
 // Turns the other triangles at the corners like those on the path, so that they have a mean normal.
@@ -99,7 +117,6 @@ void Loop::orientAroundCorners()
     for (CTriangle* pCT : vAdjT)
         if (sSeen.tryEmplace(pCT->getNumber(), true).second)
             vQueue.push_back(pCT);
-    vAdjT = vQueue;
 
     for (std::size_t i = 0; i < vQueue.size(); ++i) {
         const CTriangle* pCT = vQueue[i];
@@ -111,7 +128,7 @@ void Loop::orientAroundCorners()
                 !sSeen.tryEmplace(pNeigCT->getNumber(), true).second)
                 continue;
             if (pNeigCT->getHEDirection2(v0, v1) == pCT->getHEDirection2(v0, v1))
-                pNeigCT->flipOrientation();
+                turn(pNeigCT);
             vQueue.push_back(pNeigCT);
         }
     }
@@ -197,6 +214,33 @@ bool Loop::triangulate()
     AngleEntry* pAE = numCorners >= 3 ? getNext() : nullptr;
     if (pAE == nullptr)
         return false;
+    cutEar(pAE);
+    return true;
+}
+
+// With so few corners left, all of them reflex, the one with the smallest angle. False if there are more, or
+// if none has an ear.
+bool Loop::cutLastEar()
+{
+    if (numCorners < 3 || numCorners > MAX_LAST_CORNERS)
+        return false;
+    AngleEntry* pSharpest = nullptr;
+    double minDeg = 360.0;
+    for (AngleEntry& entry : vAE) {
+        int status = 0;
+        const double angleDeg = entry.isAlive() ? entry.getAngle(true, status) : DBL_MAX;
+        if (angleDeg >= minDeg || !canCut(entry))
+            continue;
+        minDeg = angleDeg;
+        pSharpest = &entry;
+    }
+    if (pSharpest != nullptr)
+        cutEar(pSharpest);
+    return pSharpest != nullptr;
+}
+
+void Loop::cutEar(AngleEntry* pAE)
+{
     AngleEntry* pPrevAE = pAE->getPrevAE();
     AngleEntry* pNextAE = pAE->getNextAE();
     zanAssert(pPrevAE != pNextAE && pPrevAE->getNextAE() == pAE && pNextAE->getPrevAE() == pAE);
@@ -216,21 +260,21 @@ bool Loop::triangulate()
     pNextAE->setPrevAE(pPrevAE);
     enqueueIfUsable(pPrevAE);
     enqueueIfUsable(pNextAE);
-    return true;
 }
 
 bool Loop::run()
 {
     initPrioq();
     const double angleSum = getAngleSum();
-    if (angleSum > MAX_ANGLE_SUM)
-        return false;
-    while (triangulate()) {
+    if (angleSum <= MAX_ANGLE_SUM) {
+        while (triangulate() || cutLastEar()) {
+        }
+        const bool bWhole = numCorners == 2;
+        if (bWhole && !(angleSum > DOUBTFUL_ANGLE_SUM && signedArea < 0.0))
+            return true;
     }
-    const bool bWhole = numCorners == 2;
-    if (bWhole && !(angleSum > DOUBTFUL_ANGLE_SUM && signedArea < 0.0))
-        return true;
     takeBack();
+    turnBack();
     return false;
 }
 

@@ -29,7 +29,8 @@ class Loop
 {
 public:
     // Takes edges out of the map, which must not be empty, and orients what lies beside them: see
-    // orientChainAndAjacentT. Directions that the edges had are lost, as are chains that had them. pStrands:
+    // orientChainAndAjacentT. If they close, also the other triangles at the corners; if not, the orientation
+    // is left as it was. Directions that the edges had are lost, as are chains that had them. pStrands:
     // null, or how to go on at vertices with more than two edges; read in the constructor only.
     Loop(EdgeMap& mmVCD2CE, CMesh* pMesh, const BorderStrands* pStrands = nullptr);
     Loop(const Loop&) = delete;
@@ -41,8 +42,8 @@ public:
     // Appends the edges of the path, in its order.
     void getEdges(std::vector<CEdge*>& vOut) const { vOut.insert(vOut.end(), vCE.begin(), vCE.end()); }
 
-    // Fills a closed loop whole and returns true; or gives up with the mesh as it was but for orientations,
-    // and returns false: if the loop bends the wrong way round, if no ear is left before the end, or if the
+    // Fills a closed loop whole and returns true; or gives up with the mesh as it was before this loop, and
+    // returns false: if the loop bends the wrong way round, if no ear is left before the end, or if the
     // fill has more reflex area than convex. To be called once. O(n log n) for n edges, as long as the
     // vertices keep few triangles.
     bool run();
@@ -65,7 +66,7 @@ public:
     // passed over: they come again when a neighbour changes.
     AngleEntry* getNext();
 
-    // Cuts one ear. False if there was none to cut.
+    // Cuts the ear at the next corner. False if there was none to cut.
     bool triangulate();
 
 private:
@@ -80,10 +81,14 @@ private:
     CEdge* chooseEdge(const EdgeMap& mmVCD2CE, u64 vcd, const CEdge* pArrived,
                       const BorderStrands* pStrands) const;
     void takeEdge(CEdge* pCE, u64 vcd);
+    void turn(CTriangle* pCT);
+    void turnBack();
     void orientAroundCorners();
     void enqueue(double angleDeg, AngleEntry* pAE);
     void enqueueIfUsable(AngleEntry* pAE);
     bool canCut(const AngleEntry& ear) const;
+    void cutEar(AngleEntry* pAE);
+    bool cutLastEar();
     double getAngleSum();
     void takeBack();
 
@@ -95,8 +100,9 @@ private:
     std::vector<QueuedCorner> mmPrioq; // a binary heap, smallest first
     std::size_t numQueued = 0;         // the next sequence number
     std::vector<CTriangle*> vNewT;
-    std::vector<AngleEntry> vAE;   // the ring, in path order; never grows once entries point to each other
-    std::vector<CTriangle*> vAdjT; // the triangles beside the path, each once, in its order
+    std::vector<AngleEntry> vAE;      // the ring, in path order; never grows once entries point to each other
+    std::vector<CTriangle*> vAdjT;    // the triangles beside the path, in its order
+    std::vector<CTriangle*> vTurnedT; // of these and others at the corners, those with a new orientation
 };
 
 } // namespace TESK_ZAN
