@@ -66,7 +66,7 @@ double newArea(const CMesh& mesh, const Loop& loop)
     return area;
 }
 
-// Twice the area, by the shoelace rule.
+// By the shoelace rule.
 double areaOf(const std::vector<Point3>& v)
 {
     double sum = 0;
@@ -87,21 +87,39 @@ std::vector<Point3> randomStar(Random& random, int n)
     return v;
 }
 
-// A closed surface of squares that meets itself in a torus, with vertices (u, v) at u * n + v.
-IndexedMesh torus(int n)
+// A torus of n by n squares with vertices (u, v) at u * n + v, each moved at random.
+IndexedMesh roughTorus(int n, Random& random)
 {
     IndexedMesh mesh;
+    const auto rough = [&random](double x) { return x + random.uniform() - 0.5; };
     for (int u = 0; u < n; ++u) {
         for (int v = 0; v < n; ++v) {
             const double a = 2 * 3.14159265358979 * u / n, b = 2 * 3.14159265358979 * v / n;
             const double r = 15 + 7 * std::cos(b);
-            mesh.vPoints.emplace_back(22 + r * std::cos(a), 22 + r * std::sin(a), 22 + 7 * std::sin(b));
+            mesh.vPoints.emplace_back(rough(22 + r * std::cos(a)), rough(22 + r * std::sin(a)),
+                                      rough(22 + 7 * std::sin(b)));
             const int p = u * n + v, q = u * n + (v + 1) % n, s = (u + 1) % n * n + v,
                       t = (u + 1) % n * n + (v + 1) % n;
             mesh.vTriangles.insert(mesh.vTriangles.end(), {p, s, t, p, t, q});
         }
     }
     return mesh;
+}
+
+// Kills the triangles within so many rings of a vertex.
+void tear(CMesh& mesh, u64 vcd, int numRings)
+{
+    std::set<u64> sVCD{vcd};
+    for (int ring = 0; ring < numRings; ++ring) {
+        std::vector<CTriangle*> vCT;
+        for (const u64 ringVCD : sVCD)
+            mesh.getIncidentT(ringVCD, vCT);
+        for (CTriangle* pCT : vCT) {
+            sVCD.insert({pCT->getC0(), pCT->getC1(), pCT->getC2()});
+            if (pCT->isAlive())
+                pCT->kill(&mesh);
+        }
+    }
 }
 
 } // namespace
@@ -347,19 +365,15 @@ TEST(HoleFiller, aVertexWithOneGroupOfTrianglesIsToldAndLeft)
 TEST(HoleFiller, aTornSurfaceClosesToAnOrientedOneWithoutEdgesOfThreeTriangles)
 {
     const CapturedMessages messages;
-    Random random(11);
-    for (const int numStars : {3, 12, 40}) {
-        CodeMesh m(torus(24));
-        for (int i = 0; i < numStars; ++i) {
-            std::vector<CTriangle*> vCT;
-            m.mesh.getIncidentT(m.at(int(random.below(24 * 24))), vCT);
-            for (CTriangle* pCT : vCT)
-                pCT->kill(&m.mesh);
-        }
+    for (const auto& [numTears, numRings] : {std::pair{3, 1}, {12, 1}, {40, 1}, {3, 2}, {6, 3}, {2, 5}}) {
+        Random random(11);
+        CodeMesh m(roughTorus(24, random));
+        for (int i = 0; i < numTears; ++i)
+            tear(m.mesh, m.at(int(random.below(24 * 24))), numRings);
         HoleFiller(&m.mesh).run();
-        EXPECT_EQ(numEdges(m.mesh, 1), 0u) << numStars;
-        EXPECT_EQ(numEdges(m.mesh, -1), 0u) << numStars;
-        EXPECT_EQ(countMisoriented(m.mesh), 0) << numStars;
+        EXPECT_EQ(numEdges(m.mesh, 1), 0u) << numTears << " tears of " << numRings;
+        EXPECT_EQ(numEdges(m.mesh, -1), 0u) << numTears << " tears of " << numRings;
+        EXPECT_EQ(countMisoriented(m.mesh), 0);
         EXPECT_TRUE(m.mesh.checkDataStructures("torn"));
         EXPECT_TRUE(m.mesh.checkNoDups("torn"));
     }
