@@ -131,12 +131,16 @@ Cloud::~Cloud() = default;
 
 void Cloud::setPoints(const std::vector<Point3>& vInput)
 {
-    vPoints = finitePoints(vInput, bMelt ? 3 : 1);
+    const size_t groupSize = bMelt ? 3 : 1;
+    const auto numGroups = [groupSize](size_t num) { return (num + groupSize - 1) / groupSize; };
+    vPoints = finitePoints(vInput, groupSize);
     numPoints = vPoints.size();
     const size_t numDropped = vInput.size() - vPoints.size();
     if (numDropped > 0)
-        ZAN_WARNING(std::to_string(numDropped) + " of " + std::to_string(vInput.size()) +
-                    " points left out: not finite, or in a triangle with such a corner");
+        ZAN_WARNING(std::to_string(numGroups(numDropped)) + " of " +
+                    std::to_string(numGroups(vInput.size())) +
+                    (bMelt ? " triangles left out: they have a corner that is not finite"
+                           : " points left out: not finite"));
     for (const Point3& p : vPoints)
         widenBox(p);
 }

@@ -33,8 +33,8 @@ public:
     Cloud(const Cloud&) = delete;
     Cloud& operator=(const Cloud&) = delete;
 
-    // Keeps a copy of the points. Those with a coordinate that is not finite are left out (of a soup the
-    // whole triangle), with one warning that gives their count.
+    // Keeps a copy of the points. Those with a coordinate that is not finite are left out, of a soup their
+    // triangles, with one warning that gives the count of either.
     void setPoints(const std::vector<Point3>& vInput);
 
     // Appends the points of a file, by its type; "artificial123.xyz" is no file but the built-in sample scan.

@@ -53,7 +53,7 @@ public:
     void rasterizeEdge(const Point3& p0, const Point3& p1, std::vector<RasterEntry>& vEdgeRaster) const;
 
     // The mean of the points where the plane cuts the edges of the cell. bOK false, and the origin, when it
-    // cuts fewer than three; numCuts says how many.
+    // cuts fewer than three; numCuts says how many, -1 for an edge in the plane.
     Point3 getMidOfCutPlane(u64 rcd, const Plane& plane, bool& bOK, int& numCuts) const;
 
     // Appends the cells that rows parallel to the longest side cross, but for those at the row's starts: the
@@ -71,6 +71,7 @@ public:
 private:
     using Edge2Tri = std::pair<std::pair<Point3*, Point3*>, Tri*>;
     struct AreaBlock;
+    struct CutFailures;
 
     // --- Pixel.cpp ---
     void linkEdge2T(const std::vector<Point3*>& vTriangleCorners);
@@ -92,7 +93,7 @@ private:
     void takeFeatureEdges(const std::vector<FeatureRecord>& vRecords, std::vector<RasterEntry>& vEdges,
                           CellPairs& vFeatures, CellPairs& vBorders);
     void takeOrdinaryEdges(const std::vector<const Edge2Tri*>& vOrdinary, std::vector<RasterEntry>& vEdges);
-    void moveToPlane(const Plane& plane, RasterEntry& entry, int& numFailed) const;
+    void moveToPlane(const Plane& plane, RasterEntry& entry, CutFailures& failures) const;
 
     // --- Pixel_areas.cpp ---
     std::vector<RasterEntry> rasterizeAllTriangles() const;

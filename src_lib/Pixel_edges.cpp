@@ -109,6 +109,38 @@ std::pair<u64, u64> orderedPair(u64 a, u64 b)
 
 } // namespace
 
+// Cells of which getMidOfCutPlane gave no point. Along a face that lies in the cell walls, but for rounding,
+// all of them can be: they are told together.
+struct Pixel::CutFailures {
+    size_t numParallel = 0;
+    size_t numFew = 0;
+    int firstNumCuts = 0;
+
+    void add(int numCuts)
+    {
+        if (numCuts == PARALLEL)
+            ++numParallel;
+        else if (numFew++ == 0)
+            firstNumCuts = numCuts;
+    }
+
+    void report() const
+    {
+        if (numParallel > 0)
+            ZAN_WARNING("!aBools" + timesText(numParallel));
+        if (numFew == 0)
+            return;
+        ZAN_WARNING("Not enough intersections" + timesText(numFew));
+        messageStream() << "numCuts: " << firstNumCuts << std::endl;
+    }
+
+private:
+    static std::string timesText(size_t num)
+    {
+        return num == 1 ? "" : ", in " + std::to_string(num) + " cells";
+    }
+};
+
 // Stages dih2e, reo, rFins, feate, nfeate. Cells are taken in this order: the vertices at features, the rest
 // of the features, the other edges.
 void Pixel::pixelAllEdges(double featureAngle, std::vector<RasterEntry>& vEdges, CellPairs& vFeatures,
@@ -221,7 +253,7 @@ void Pixel::takeOrdinaryEdges(const std::vector<const Edge2Tri*>& vOrdinary, std
     const StageTimer stage("nfeate");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("nfeate", vOrdinary.size());
     std::vector<RasterEntry> vEdgeRaster;
-    int numFailed = 0;
+    CutFailures failures;
     for (const Edge2Tri* pEntry : vOrdinary) {
         const auto [p1, p2] = pEntry->first;
         vEdgeRaster.clear();
@@ -230,19 +262,18 @@ void Pixel::takeOrdinaryEdges(const std::vector<const Edge2Tri*>& vOrdinary, std
         for (RasterEntry& entry : vEdgeRaster) {
             if (!sUsedRCD.insert(entry.first))
                 continue;
-            moveToPlane(plane, entry, numFailed);
+            moveToPlane(plane, entry, failures);
             vEdges.push_back(entry);
         }
         pProgress->tick();
     }
-    if (numFailed > 0)
-        ZAN_WARNING("Not enough intersections");
+    failures.report();
     pProgress->finish(true);
 }
 
 // An ordinary edge is nothing that the surface should show: its cell gets the point that a face would give
 // it.
-void Pixel::moveToPlane(const Plane& plane, RasterEntry& entry, int& numFailed) const
+void Pixel::moveToPlane(const Plane& plane, RasterEntry& entry, CutFailures& failures) const
 {
     const Point3 projected = plane.projectPoint(pCalc->getCellMid_RCD(entry.first));
     if (pCalc->getRCD(&projected) == entry.first) {
@@ -253,7 +284,7 @@ void Pixel::moveToPlane(const Plane& plane, RasterEntry& entry, int& numFailed) 
     int numCuts = 0;
     const Point3 mid = getMidOfCutPlane(entry.first, plane, bOK, numCuts);
     if (!bOK)
-        ++numFailed;
+        failures.add(numCuts);
     else if (pCalc->getRCD(&mid) == entry.first) // may round to the upper wall: another cell's, that is taken
         entry.second = mid;
 }
