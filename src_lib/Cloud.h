@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Bundle.h"
-#include "CellSet.h"
+#include "CellBitSet.h"
 #include "Point3.h"
 #include "definitions.h"
 #include "tesk_tools/SimplePool.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "Bundle.h"
-#include "CellSet.h"
+#include "CellBitSet.h"
 #include "Point3.h"
 #include "definitions.h"
 

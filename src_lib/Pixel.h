@@ -1,10 +1,10 @@
-// Subsystem: intake. Builds on: Tri, FeatureMgr, CellSet, Plane, Calc, sortMT. Used by: Cloud.
+// Subsystem: intake. Builds on: Tri, FeatureMgr, CellBitSet, Plane, Calc, sortMT. Used by: Cloud.
 // The rasteriser: turns a triangle soup into points on it, at most one a cell. What comes after a melt's
 // intake sees these points only, so this decides where its surface lies: on sharp edges and borders first,
 // then on the other edges, then on the faces.
 #pragma once
 
-#include "CellSet.h"
+#include "CellBitSet.h"
 #include "FeatureMgr.h"
 #include "Plane.h"
 #include "Point3.h"
@@ -107,7 +107,7 @@ private:
     std::vector<Tri> vTriStore;      // does not grow: there are pointers into it
     std::vector<Tri*> vTri;          // breadth-first over shared edges
     std::vector<Edge2Tri> vEdge2Tri; // three a triangle, lower address first; sorted
-    CellSet sUsedRCD;                // cells that an edge has taken
+    CellBitSet sUsedRCD;                // cells that an edge has taken
 };
 
 } // namespace TESK_ZAN

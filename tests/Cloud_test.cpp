@@ -243,3 +243,61 @@ TEST_F(CloudTest, managerTakesOneFileAndHandsOutSortedBundles)
     CloudMgr none;
     EXPECT_THROW(none.getBundles(vBundles, pCalc, vZero), ZanBugException);
 }
+
+// ---- triangles
+
+TEST_F(CloudTest, equalCornersOfASoupAreOneVertexWhateverTheSignOfZero)
+{
+    // A closed tetrahedron: a corner that is not merged shows as a border.
+    const Point3 a(0, 0, -0.0), b(9, 0, 0), c(0, 9, 0), d(0, -0.0, 9), a2(-0.0, 0, 0), d2(0, 0, 9);
+    CloudMgr manager;
+    manager.inputPointsViaMemory({a, b, c, a2, c, d2, a, b, d, b, c, d}, 1.0, -1.0, true, 30.0, nullptr, -1);
+    CellPairs vFeatures, vBorders;
+    manager.getFeatures(vFeatures);
+    manager.getBorders(vBorders);
+    EXPECT_FALSE(vFeatures.empty());
+    EXPECT_TRUE(vBorders.empty());
+    std::vector<Bundle*> vBundles;
+    std::vector<u64> vZero;
+    Calc* pCalc = nullptr;
+    manager.getBundles(vBundles, pCalc, vZero);
+    EXPECT_GT(vBundles.size(), 100u);
+    for (size_t i = 0; i < vBundles.size(); ++i) {
+        EXPECT_EQ(vBundles[i]->ccd, pCalc->getCCD(vBundles[i]->pVtx));
+        EXPECT_TRUE(i == 0 || vBundles[i - 1]->ccd < vBundles[i]->ccd);
+    }
+}
+
+TEST_F(CloudTest, soupThatIsNoneEndsInAWarningOrTheNamedCondition)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::vector<Point3> vTriangle = {{0, 0, 0}, {9, 0, 0}, {0, 9, 0}};
+    const auto numOf = [](const std::vector<Point3>& vCorners, double spacing) {
+        Cloud cloud("soup", spacing, -1.0, true, -1);
+        cloud.setPoints(vCorners);
+        cloud.preparePixelsAndFeatures(30.0);
+        return numBundles(cloud);
+    };
+    const size_t numGood = numOf(vTriangle, 1.0);
+    EXPECT_GT(numGood, 40u);
+    std::vector<Point3> vMixed = {{0, 0, 0}, {nan, 0, 0}, {0, 9, 9}, {0, inf, 0}, {9, 9, 9}, {9, 0, 9}};
+    vMixed.insert(vMixed.end(), vTriangle.begin(), vTriangle.end());
+    EXPECT_EQ(numOf(vMixed, 1.0), numGood);
+    EXPECT_TRUE(messages.has("2 of 3 triangles left out"));
+    EXPECT_EQ(numOf({}, 1.0), 0u);
+    EXPECT_TRUE(messages.has("Nothing to do for cloud soup"));
+    EXPECT_EQ(numOf({{0, 0, 0}, {0.1, 0, 0}, {0, 0.1, 0}}, 1.0), 1u) << "inside of a cell";
+    EXPECT_EQ(numOf({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}, 1.0), 0u);
+
+    for (const double spacing : {0.0, -1.0, nan})
+        EXPECT_THROW(numOf(vTriangle, spacing), ZanBugException);
+    EXPECT_TRUE(messages.has("usedSpacing>0"));
+    EXPECT_THROW(numOf({{0, 0, 0}, {9, 0, 0}, {0, 9, 0}, {9, 9, 9}}, 1.0), ZanBugException);
+    EXPECT_TRUE(messages.has("vTriangleCorners.size()%3==0"));
+    EXPECT_THROW(numOf(vTriangle, 1e-6), ZanBugException);
+    EXPECT_TRUE(messages.has("numCReal>=numReqC"));
+    EXPECT_TRUE(messages.has("use a spacing of at least 4.3"));
+    EXPECT_EQ(numOf(vTriangle, 4.32e-6), 0u); // what was said to do for the grid is refused as too many cells
+    EXPECT_TRUE(messages.has("refused"));
+}

@@ -153,3 +153,30 @@ TEST_F(Host, RunsBeforeAndAfterTheWorkersWereShutDown)
     destroySingletons();
     EXPECT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
 }
+
+TEST_F(Host, CloudOfASoupComesBehindWhatIsThereAndKeepsTheCorners)
+{
+    Listener listener;
+    subscribe(&listener);
+    const std::vector<Point3> vCorners = {{0, 0, 0}, {7, 0, 1}, {0, 7, 2}, {7, 7, -1}};
+    std::vector<Point3> vSoup = {vCorners[0], vCorners[1], vCorners[2],
+                                 vCorners[1], vCorners[2], vCorners[3]};
+    const std::vector<Point3> vBefore = {{1, 1, 1}, {2, 2, 2}, {3, 3, 3}};
+    std::vector<Point3> vResult = vBefore;
+    toCloud(vSoup, 1.0, 30.0, vResult);
+    EXPECT_GT(vResult.size(), 50U);
+    EXPECT_EQ(std::vector<Point3>(vResult.begin(), vResult.begin() + 3), vBefore);
+    for (const Point3& corner : vCorners)
+        EXPECT_EQ(std::count(vResult.begin() + 3, vResult.end(), corner), 1);
+    EXPECT_EQ(listener.names, std::set<std::string>{"ToCloud"});
+    EXPECT_EQ(listener.last, 1.0);
+
+    std::vector<Point3> vNone;
+    vResult = vBefore;
+    toCloud(vNone, 1.0, 30.0, vResult);
+    EXPECT_EQ(vResult, vBefore);
+    EXPECT_NE(messages.str().find("toCloud: Nothing to do"), std::string::npos) << messages.str();
+    vSoup.pop_back();
+    EXPECT_THROW(toCloud(vSoup, 1.0, 30.0, vResult), ZanBugException);
+    EXPECT_EQ(vResult, vBefore);
+}

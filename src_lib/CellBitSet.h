@@ -16,7 +16,7 @@ using CellPairs = std::vector<std::pair<CCD, CCD>>;
 
 // One bit a cell in blocks of 4x4x4: about two bytes a cell for surfaces, and neighbouring cells mostly share
 // a block. Reading is safe from several threads while none writes.
-class CellSet
+class CellBitSet
 {
 public:
     // False if the cell was there.
