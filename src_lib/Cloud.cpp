@@ -353,6 +353,7 @@ void Cloud::createBundles(std::vector<Point3>& vInput)
     {
         Prepare prepare(&vInput, fillSize, pCalc.get());
         prepare.run(vCells, vZeroCCD);
+        prepare.getRimPoints(vRimPoints);
     }
     pProgress->tick();
     // A run copies what it keeps; the largest block of the intake need not outlive it.

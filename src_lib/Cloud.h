@@ -61,6 +61,8 @@ public:
     // alone, the lower code first. In the order in which the edges were walked; pairs may repeat.
     const CellPairs& getFeatures() const { return vFeatures; }
     const CellPairs& getBorders() const { return vBorders; }
+    // Input points at the rims that are no bundle's: Prepare::getRimPoints.
+    const std::vector<Point3>& getRimPoints() const { return vRimPoints; }
     bool isMelt() const { return bMelt; }
     double getDetectedSpacing() const
     {
@@ -106,6 +108,7 @@ private:
     std::vector<Point3> vPoints;                // until the bundles are made
     std::vector<std::pair<u64, Point3>> vCells; // by code; does not change any more: bundles point into it
     std::vector<Bundle*> vBundles;              // by code
+    std::vector<Point3> vRimPoints;
     TESK_TOOLS::SimplePool<Bundle> bundlePool;
     double boxMin[3];
     double boxMax[3];

@@ -89,6 +89,12 @@ void CloudMgr::prepare(Cloud& cloud, double featureAngle, const Calc* pGivenCalc
         cloud.prepareScanPoints(pGivenCalc);
 }
 
+const std::vector<Point3>& CloudMgr::getRimPoints() const
+{
+    zanAssert(!vClouds.empty());
+    return vClouds.front()->getRimPoints();
+}
+
 void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std::vector<u64>& vZeroCCD) const
 {
     const Cloud& cloud = firstCloud();

@@ -12,6 +12,7 @@
 #include "messages.h"
 #include "orientOutward.h"
 #include "pinholes.h"
+#include "rimGrowth.h"
 #include "shapeRepair.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
@@ -45,7 +46,7 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     const auto pMesh = std::make_shared<Mesh>(pRMesh.release());
     edgeFlips(pMesh);
     edgeFlips(pMesh); // the edges that the first round has made
-    finish(*pMesh->getRMesh());
+    finish(*pMesh->getRMesh(), pCldMgr->getRimPoints());
     return pMesh;
 }
 
@@ -121,14 +122,15 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh()
 }
 
 // What the stages promise where the data allow it, now everywhere: two-manifold, oriented, without pinholes
-// and slivers, closed surfaces outward.
-void Hal::finish(RMesh& mesh)
+// and slivers, rims out to the last points, closed surfaces outward.
+void Hal::finish(RMesh& mesh, const std::vector<Point3>& vRimPoints)
 {
     const RepairReport report = repairNonManifold(mesh);
     if (!report.isUntouched())
         ZAN_INFO(toText(report));
     closePinholes(mesh);
     repairShapes(mesh);
+    growRims(mesh, vRimPoints);
     orientOutward(mesh);
 }
 

@@ -49,7 +49,7 @@ private:
     bool takeBundles();
     void extractSurface(void (Top::*runPasses)(Voro*));
     std::unique_ptr<RMesh> takeOverToRealMesh();
-    static void finish(RMesh& mesh);
+    static void finish(RMesh& mesh, const std::vector<Point3>& vRimPoints);
 
     CloudMgr* pCldMgr;     // not owned
     Calc* pCalc = nullptr; // the cloud's

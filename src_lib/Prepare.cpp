@@ -316,4 +316,31 @@ void Prepare::deliver(std::vector<std::pair<u64, Point3>>& vResult, std::vector<
         vResult.emplace_back(ccd, *pPoint);
 }
 
+void Prepare::getRimPoints(std::vector<Point3>& vRimPoints) const
+{
+    if (vBorderRCDsrt.empty())
+        return;
+    const StageTimer stage("PREP_rimPoints");
+    const auto isDelivered = [&](u64 rcd, const Point3* pPoint) {
+        const auto it = std::lower_bound(vRCD2Vtxsrt.begin(), vRCD2Vtxsrt.end(), rcd,
+                                         [](const auto& entry, u64 code) { return entry.first < code; });
+        return it->second == pPoint;
+    };
+    std::vector<char> vAtRim(pPoints->size());
+    forRangeMT(vAtRim.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i) {
+            const Point3* pPoint = &(*pPoints)[i];
+            const u64 rcd = pCalc->getRCD(pPoint);
+            const CellPos pos = blocks.find(rcd);
+            bool bAtRim = border.test(pos) && !isDelivered(rcd, pPoint);
+            if (!alive.test(pos))
+                blocks.forEachNeig(border, pos, CONFIG27_ALL, [&](CellPos, int) { bAtRim = true; });
+            vAtRim[i] = bAtRim ? 1 : 0;
+        }
+    });
+    for (size_t i = 0; i < vAtRim.size(); ++i)
+        if (vAtRim[i] != 0)
+            vRimPoints.push_back((*pPoints)[i]);
+}
+
 } // namespace TESK_ZAN

@@ -54,6 +54,11 @@ public:
     // thread's progress root.
     void run(std::vector<std::pair<u64, Point3>>& vResult, std::vector<u64>& vZeroCCD);
 
+    // After run: appends the input points at the rims of the layer, those in border cells and in dropped
+    // cells beside them, in input order. Not those that run has delivered. Linear in the input. Extension
+    // of 1.17.
+    void getRimPoints(std::vector<Point3>& vRimPoints) const;
+
     // The first stage: cells, representatives, thinning, first split into area and border.
     void createRCDs();
 
