@@ -58,7 +58,7 @@ std::shared_ptr<Mesh> Hal::oneMelt()
     }
     extractSurface(&Top::runMelt);
     std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
-    finish(*pRMesh);
+    finish(*pRMesh, {}); // a soup has no points beyond its cells
     return std::make_shared<Mesh>(pRMesh.release());
 }
 
