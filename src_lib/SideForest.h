@@ -1,4 +1,5 @@
-// Subsystem: real mesh. Builds on: the standard library. Used by: RMesh, SeamSheets, twistLines.
+// Subsystem: mesh on codes. Builds on: the standard library. Used by: surplusStrips, RMesh, SeamSheets,
+// twistLines.
 // Groups of things with two sides, that grow by joining.
 #pragma once
 

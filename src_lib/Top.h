@@ -56,9 +56,10 @@ public:
     // The same for the patch of a hole, without the phase "TP_unif".
     void runInHole(Voro* pVoro);
 
-    // The passes of a melt: squares, second extraction twice, rims, pairs of sheets, vertices that the mesh
-    // added, flat triangles, and no two vertices at one position. Of the vertices on the input only those
-    // move that lie in a flat triangle or with another one. Same phases.
+    // The passes of a melt: squares, second extraction twice, rims, pairs of sheets, strips between sheets
+    // that cross (an extension of 1.17), vertices that the mesh added, flat triangles, and no two vertices at
+    // one position. Of the vertices on the input only those move that lie in a flat triangle or with another
+    // one. Same phases.
     void runMelt(Voro* pVoro);
 
     // --- rims, fins and the second extraction: Top_borders.cpp ---
@@ -201,6 +202,7 @@ private:
     bool killSmallMembranes();
     void integrateBorders(u64 maxTinyT);
     void finishOriented();
+    void killSurplus();
     void finishMelt();
     void orientPatches();
     bool isAsExtracted() const;

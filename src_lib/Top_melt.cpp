@@ -8,6 +8,7 @@
 #include "random.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "surplusStrips.h"
 #include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
@@ -118,7 +119,23 @@ void Top::runMelt(Voro* pVoro)
     integrateBorders(MAX_TINY_T_MELT);
     dividePatches();
     solvePatchPairs(true);
+    killSurplus();
     finishMelt();
+}
+
+// Each turn but the last has killed something. A strip that is gone can leave a pocket.
+void Top::killSurplus()
+{
+    const StageTimer timer("TP_surplus");
+    std::vector<CTriangle*> vSurplus;
+    do {
+        solvePatchPairs(false);
+        vSurplus.clear();
+        getSurplusTriangles(pMesh, vSurplus);
+        for (CTriangle* pCT : vSurplus)
+            pCT->kill(pMesh);
+        pMesh->updatePatches(vSurplus);
+    } while (!vSurplus.empty());
 }
 
 void Top::finishMelt()

@@ -23,29 +23,36 @@ namespace
 
 using Cells = std::vector<std::array<int, 3>>;
 
-// Vertices by code, ascending, with the corners of all triangles.
-std::vector<double> meltOf(const Cells& vCells)
-{
-    const NamedRoot root;
-    const CapturedMessages messages;
-    CellSet cells(vCells);
-    Voro voro(&cells.calc, &cells.mCCDBundle, &cells.vZeroCCD, TM_FAT);
-    voro.fatExtractTriangles();
-    const std::unique_ptr<CMesh> pMesh(voro.getCMesh());
-    Top(pMesh.get(), &cells.calc).runMelt(&voro);
-    EXPECT_TRUE(pMesh->checkDataStructures("after the melt"));
-    std::vector<double> v;
-    std::set<Point3> sPoints;
-    for (const auto& [ccd, pBundle] : pMesh->getBundles()) {
-        EXPECT_TRUE(sPoints.insert(*pBundle->pVtx).second) << "two vertices at one position";
-        v.insert(v.end(), {double(ccd), pBundle->pVtx->x(), pBundle->pVtx->y(), pBundle->pVtx->z()});
+// Cells, and the surface that a melt makes of them.
+struct Melted {
+    explicit Melted(const Cells& vCells)
+        : cells(vCells), voro(&cells.calc, &cells.mCCDBundle, &cells.vZeroCCD, TM_FAT)
+    {
+        voro.fatExtractTriangles();
+        pMesh.reset(voro.getCMesh());
+        Top(pMesh.get(), &cells.calc).runMelt(&voro);
+        EXPECT_TRUE(pMesh->checkDataStructures("after the melt"));
     }
-    std::vector<CTriangle*> vCT;
-    pMesh->getAliveT(vCT);
-    for (const CTriangle* pCT : vCT)
-        v.insert(v.end(), {double(pCT->getC0()), double(pCT->getC1()), double(pCT->getC2())});
-    return v;
-}
+
+    // Codes and places of the vertices, then the corners of the triangles.
+    std::vector<double> fingerprint() const
+    {
+        std::vector<double> v;
+        for (const auto& [ccd, pBundle] : pMesh->getBundles())
+            v.insert(v.end(), {double(ccd), pBundle->pVtx->x(), pBundle->pVtx->y(), pBundle->pVtx->z()});
+        std::vector<CTriangle*> vCT;
+        pMesh->getAliveT(vCT);
+        for (const CTriangle* pCT : vCT)
+            v.insert(v.end(), {double(pCT->getC0()), double(pCT->getC1()), double(pCT->getC2())});
+        return v;
+    }
+
+    NamedRoot root;
+    CapturedMessages messages;
+    CellSet cells;
+    Voro voro;
+    std::unique_ptr<CMesh> pMesh;
+};
 
 // The cells of a slanted plate, tilt cells up for each cell along, and of one that stands on its middle.
 Cells plates(int edge, double tilt)
@@ -57,6 +64,32 @@ Cells plates(int edge, double tilt)
             if (y > 0)
                 sCells.insert({100 + edge / 2 + int(tilt * y), 100 + x, 100 + int(tilt * edge / 2) + y});
         }
+    return {sCells.begin(), sCells.end()};
+}
+
+// The surface of a box that is turned by some degrees about z.
+Cells turnedBox(double edge, double degrees, double offset)
+{
+    const double c = std::cos(degrees / 57.29578), s = std::sin(degrees / 57.29578), step = 0.2;
+    std::set<std::array<int, 3>> sCells;
+    const auto add = [&](double x, double y, double z) {
+        sCells.insert({int(200.0 + offset + c * x - s * y), int(200.0 + offset + s * x + c * y),
+                       int(200.0 + offset + z)});
+    };
+    for (double a = 0.0; a <= edge; a += step)
+        for (double b = 0.0; b <= edge; b += step)
+            for (const double side : {0.0, edge}) {
+                add(a, b, side);
+                add(a, side, b);
+                add(side, a, b);
+            }
+    return {sCells.begin(), sCells.end()};
+}
+
+Cells together(const Cells& a, const Cells& b)
+{
+    std::set<std::array<int, 3>> sCells(a.begin(), a.end());
+    sCells.insert(b.begin(), b.end());
     return {sCells.begin(), sCells.end()};
 }
 
@@ -78,25 +111,36 @@ TEST(TopMelt, secondCompletionMeetsVerticesWithoutBundleAndGoesOn)
     for (const int edge : {5, 8, 12, 17, 23}) {
         for (const double tilt : {0.0, 0.3, 0.7}) {
             const Cells vCells = plates(edge, tilt);
-            EXPECT_EQ(meltOf(vCells), meltOf(vCells)) << edge << " cells, tilt " << tilt;
+            EXPECT_EQ(Melted(vCells).fingerprint(), Melted(vCells).fingerprint())
+                << edge << " cells, tilt " << tilt;
         }
-        EXPECT_EQ(meltOf(openBox(edge)), meltOf(openBox(edge))) << edge << " cells";
+        EXPECT_EQ(Melted(openBox(edge)).fingerprint(), Melted(openBox(edge)).fingerprint())
+            << edge << " cells";
     }
 }
 
 TEST(TopMelt, pointsOfTheCellsStayWhereTheyAre)
 {
-    const Cells vCells = openBox(12);
-    const std::vector<double> v = meltOf(vCells);
-    size_t numFound = 0;
-    for (const auto& [x, y, z] : vCells)
-        for (size_t i = 0; i + 3 < v.size(); i += 4)
-            if (v[i] == double(CellSet::ccdOf(x, y, z)) && v[i + 1] == x + 0.5 && v[i + 2] == y + 0.5 &&
-                v[i + 3] == z + 0.5) {
-                ++numFound;
-                break;
-            }
-    EXPECT_EQ(vCells.size(), numFound);
+    const Melted melted(openBox(12));
+    const CellSet untouched(openBox(12));
+    EXPECT_TRUE(std::equal(untouched.vPoints.begin(), untouched.vPoints.end(), melted.cells.vPoints.begin()));
+}
+
+TEST(TopMelt, bodiesThatCrossLeaveClosedSheetsAndNoStripsBetweenThem)
+{
+    for (const double degrees : {0.0, 10.0, 31.0}) {
+        const Melted melted(together(turnedBox(30.0, 0.0, 0.0), turnedBox(30.0, degrees, 11.3)));
+        EXPECT_EQ(0u, numEdges(*melted.pMesh, 1)) << degrees;
+        EXPECT_EQ(0u, numEdges(*melted.pMesh, 3)) << degrees;
+    }
+}
+
+TEST(TopMelt, wallsAndFinsOfOpenSheetsStay)
+{
+    const int edge = 20;
+    const Melted melted(plates(edge, 0.0));
+    EXPECT_NEAR(double(numAlive(*melted.pMesh)), 4.0 * (edge - 1) * (edge - 1), 0.1 * edge * edge);
+    EXPECT_EQ(size_t(edge - 1), numEdges(*melted.pMesh, 3)) << "where the wall stands on the floor";
 }
 
 // --- separation ---

@@ -1,0 +1,28 @@
+// Subsystem: mesh on codes. Builds on: CMesh, CPatch, SideForest. Used by: Top.
+// Tells the sheets that bound a body from strips that only lie across a region of space.
+#pragma once
+
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class CMesh;
+class CTriangle;
+
+// Appends the triangles of narrow patches of the mesh's last division that have the same kind of space,
+// inside or outside, on either side. Where bodies interpenetrate or the layer of cells is thick, strips of
+// them lie between the sheets that cross. Without them an even number of triangles is left at each edge where
+// the sheets meet.
+//
+// Round an edge where several patches meet, two sides that face each other see the same region: a clue for
+// each edge. The two sides of a wide patch see different kinds of space: a clue as strong as the patch is
+// large. The strongest clues are followed first, and those that contradict them are not, so that a hole in a
+// sheet does not make outside of inside. Then a triangle of a narrow patch is surplus if both its sides came
+// out alike.
+//
+// Turns triangles so that each patch is consistent in itself. O(n) in triangles, n log n in the edges where
+// patches meet and in the triangles of narrow patches. Extension of 1.17.
+void getSurplusTriangles(CMesh* pMesh, std::vector<CTriangle*>& vSurplus);
+
+} // namespace TESK_ZAN
