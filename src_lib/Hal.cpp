@@ -1,6 +1,7 @@
 #include "Hal.h"
 
 #include "CMesh.h"
+#include "Calc.h"
 #include "CloudMgr.h"
 #include "Mesh.h"
 #include "Progress.h"
@@ -14,9 +15,13 @@
 #include "pinholes.h"
 #include "rimGrowth.h"
 #include "shapeRepair.h"
+#include "smallHoles.h"
+#include "sortMT.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
 #include "zan_api_functions.h"
+
+#include <algorithm>
 
 namespace TESK_ZAN
 {
@@ -25,6 +30,7 @@ namespace
 {
 
 constexpr int SMOOTH_ROUNDS = 5;
+constexpr size_t MAX_CRACK_EDGES = 12; // of a melt: the way around four cells
 
 } // namespace
 
@@ -46,7 +52,10 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     const auto pMesh = std::make_shared<Mesh>(pRMesh.release());
     edgeFlips(pMesh);
     edgeFlips(pMesh); // the edges that the first round has made
-    finish(*pMesh->getRMesh(), pCldMgr->getRimPoints());
+    makeManifold(*pMesh->getRMesh());
+    repairShapes(*pMesh->getRMesh());
+    growRims(*pMesh->getRMesh(), pCldMgr->getRimPoints());
+    orientOutward(*pMesh->getRMesh());
     return pMesh;
 }
 
@@ -58,7 +67,10 @@ std::shared_ptr<Mesh> Hal::oneMelt()
     }
     extractSurface(&Top::runMelt);
     std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
-    finish(*pRMesh, {}); // a soup has no points beyond its cells
+    makeManifold(*pRMesh);
+    closeCracks(*pRMesh);
+    repairShapes(*pRMesh);
+    orientOutward(*pRMesh);
     return std::make_shared<Mesh>(pRMesh.release());
 }
 
@@ -121,17 +133,29 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh()
     return pRMesh;
 }
 
-// What the stages promise where the data allow it, now everywhere: two-manifold, oriented, without pinholes
-// and slivers, rims out to the last points, closed surfaces outward.
-void Hal::finish(RMesh& mesh, const std::vector<Point3>& vRimPoints)
+// What the stages promise where the data allow it, now everywhere: two-manifold and oriented, without
+// pinholes.
+void Hal::makeManifold(RMesh& mesh)
 {
     const RepairReport report = repairNonManifold(mesh);
     if (!report.isUntouched())
         ZAN_INFO(toText(report));
     closePinholes(mesh);
-    repairShapes(mesh);
-    growRims(mesh, vRimPoints);
-    orientOutward(mesh);
+}
+
+// Unlike a scan, triangles tell where they end: a hole elsewhere comes of the cells. Where sheets meet at a
+// sharp angle, or are less than a cell apart, the passes on codes can take a triangle too many.
+void Hal::closeCracks(RMesh& mesh) const
+{
+    CellPairs vBorders;
+    pCldMgr->getBorders(vBorders);
+    std::vector<u64> vBorderCCD;
+    for (const auto& [ccd0, ccd1] : vBorders)
+        vBorderCCD.insert(vBorderCCD.end(), {ccd0, ccd1});
+    sortMT(vBorderCCD.begin(), vBorderCCD.end());
+    closeSmallHoles(mesh, MAX_CRACK_EDGES, [&](const Point3& p) {
+        return std::binary_search(vBorderCCD.begin(), vBorderCCD.end(), pCalc->getCCD(&p));
+    });
 }
 
 } // namespace TESK_ZAN

@@ -49,7 +49,8 @@ private:
     bool takeBundles();
     void extractSurface(void (Top::*runPasses)(Voro*));
     std::unique_ptr<RMesh> takeOverToRealMesh();
-    static void finish(RMesh& mesh, const std::vector<Point3>& vRimPoints);
+    static void makeManifold(RMesh& mesh);
+    void closeCracks(RMesh& mesh) const;
 
     CloudMgr* pCldMgr;     // not owned
     Calc* pCalc = nullptr; // the cloud's
