@@ -6,6 +6,7 @@
 #include "Timer.h"
 #include "fileTypes.h"
 #include "messages.h"
+#include "numberText.h"
 #include "plyPoints.h"
 #include "pointFiles.h"
 #include "sampleScan.h"
@@ -20,7 +21,6 @@
 #include <limits>
 #include <new>
 #include <ostream>
-#include <sstream>
 #include <type_traits>
 
 namespace TESK_ZAN
@@ -45,14 +45,6 @@ constexpr double SPACING_PER_AREA = 1.5396;
 bool isFinite(const Point3& p)
 {
     return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-}
-
-std::string toText(double value)
-{
-    std::ostringstream s;
-    s.imbue(std::locale::classic());
-    s << value;
-    return s.str();
 }
 
 // The highest level at which two different codes differ.
@@ -258,7 +250,7 @@ bool Cloud::detectSpacing()
     }
     if (!std::isfinite(side) || !std::isfinite(side * side) ||
         !(side * std::ldexp(1.0, -NUM_ESTIMATE_LEVELS) > DBL_MIN)) {
-        ZAN_WARNING("no spacing: the extent " + toText(side) +
+        ZAN_WARNING("no spacing: the extent " + numberToText(side) +
                     " is out of the range of the arithmetic, scale the points");
         return false;
     }
@@ -295,7 +287,7 @@ void Cloud::warnOfOutliers(u64 numCoarseCells) const
     constexpr u64 MANY_POINTS = 1000;
     constexpr u64 POINTS_PER_COARSE_CELL = 200; // a clean surface has 5 to 40
     if (numPoints > MANY_POINTS && numPoints > POINTS_PER_COARSE_CELL * numCoarseCells)
-        ZAN_WARNING("the detected spacing " + toText(detectedSpacing) + " rests on " +
+        ZAN_WARNING("the detected spacing " + numberToText(detectedSpacing) + " rests on " +
                     std::to_string(numCoarseCells) + " coarse cells for " + std::to_string(numPoints) +
                     " points: it may be far too large; take outliers away, or give a spacing");
 }
@@ -312,8 +304,9 @@ bool Cloud::createCalc()
     }
     const double numCReal = std::ldexp(1.0, baseLevel);
     if (numCReal < numReqC)
-        ZAN_ERROR("a spacing of " + toText(usedSpacing) + " is too fine for an extent of " + toText(extent) +
-                  ": use a spacing of at least " + toText(1.001 * extent / (MAX_GRID_CELLS - MARGIN_CELLS)));
+        ZAN_ERROR("a spacing of " + numberToText(usedSpacing) + " is too fine for an extent of " +
+                  numberToText(extent) + ": use a spacing of at least " +
+                  numberToText(1.001 * extent / (MAX_GRID_CELLS - MARGIN_CELLS)));
     zanAssertText(numCReal >= numReqC, "numCReal>=numReqC");
     const double side = numCReal * usedSpacing;
     for (int axis = 0; axis < 3; ++axis) {
@@ -332,14 +325,14 @@ bool Cloud::isRepresentable(double side) const
     for (int axis = 0; axis < 3; ++axis)
         maxAbs = std::max({maxAbs, std::abs(boxMin[axis]), std::abs(boxMax[axis])});
     if (!std::isfinite(maxAbs) || !std::isfinite(maxAbs * maxAbs) || !(usedSpacing * usedSpacing > DBL_MIN)) {
-        ZAN_WARNING("no grid: a spacing of " + toText(usedSpacing) + " and coordinates up to " +
-                    toText(maxAbs) + " are out of the range of the arithmetic, scale the points");
+        ZAN_WARNING("no grid: a spacing of " + numberToText(usedSpacing) + " and coordinates up to " +
+                    numberToText(maxAbs) + " are out of the range of the arithmetic, scale the points");
         return false;
     }
     const double ulp = std::nextafter(maxAbs, DBL_MAX) - maxAbs;
     if (usedSpacing <= MIN_ULPS_PER_CELL * ulp) {
-        ZAN_WARNING("no grid: coordinates up to " + toText(maxAbs) +
-                    " are too far from the origin for a spacing of " + toText(usedSpacing) +
+        ZAN_WARNING("no grid: coordinates up to " + numberToText(maxAbs) +
+                    " are too far from the origin for a spacing of " + numberToText(usedSpacing) +
                     ", move the points with autoOffset");
         return false;
     }

@@ -22,14 +22,11 @@ using EdgesAtPoint = std::span<const std::pair<Point3*, FeatureEdge*>>;
 
 EdgesAtPoint edgesAt(const PointFeatureEdges& mmPoint2Edge, const Point3* pPoint)
 {
-    const auto first = std::lower_bound(mmPoint2Edge.begin(), mmPoint2Edge.end(), pPoint,
-                                        [](const auto& entry, const Point3* p) { return entry.first < p; });
-    auto last = first;
-    while (last != mmPoint2Edge.end() && last->first == pPoint &&
-           static_cast<size_t>(last - first) <= MAX_EDGES_AT_POINT)
-        ++last;
-    return static_cast<size_t>(last - first) > MAX_EDGES_AT_POINT ? EdgesAtPoint{}
-                                                                  : EdgesAtPoint(first, last);
+    const auto isBefore = [](const auto& entry, const Point3* p) { return entry.first < p; };
+    const auto first = std::lower_bound(mmPoint2Edge.begin(), mmPoint2Edge.end(), pPoint, isBefore);
+    const auto last = std::lower_bound(first, mmPoint2Edge.end(), pPoint + 1, isBefore);
+    const EdgesAtPoint edges(first, last);
+    return edges.size() > MAX_EDGES_AT_POINT ? EdgesAtPoint{} : edges;
 }
 
 Point3* otherEnd(const FeatureEdge& edge, const Point3* pEnd)

@@ -3,6 +3,7 @@
 #include "Calc.h"
 #include "Progress.h"
 #include "messages.h"
+#include "numberText.h"
 #include "sortMT.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <sstream>
 #include <string>
 
 namespace TESK_ZAN
@@ -21,28 +21,8 @@ namespace
 
 // About a hundred million cells: some ten gigabytes as a cloud, a hundred as a mesh.
 constexpr double MAX_SAMPLES = 4e8;
-constexpr double SAMPLE_DISTANCE = 0.577; // of the area rows, and of the steps on them, in cells
 
 constexpr std::uint32_t NO_GROUP = std::numeric_limits<std::uint32_t>::max();
-
-// The samples that a triangle costs: rows on its face, and cells along its edges.
-double countSamples(const Tri& tri, double spacing)
-{
-    const Vector3 sides[3] = {*tri.pVtx1 - *tri.pVtx0, *tri.pVtx2 - *tri.pVtx0, *tri.pVtx2 - *tri.pVtx1};
-    const double step = SAMPLE_DISTANCE * spacing;
-    double num = 0.5 * crossProd(sides[0] / step, sides[1] / step).length();
-    for (const Vector3& side : sides)
-        num += (std::fabs(side.x()) + std::fabs(side.y()) + std::fabs(side.z())) / spacing;
-    return num;
-}
-
-std::string toText(double value)
-{
-    std::ostringstream s;
-    s.imbue(std::locale::classic());
-    s << value;
-    return s.str();
-}
 
 } // namespace
 
@@ -71,8 +51,8 @@ void Pixel::createPixels(std::vector<Point3>& vPixels, CellPairs& vFeatures, Cel
     std::vector<RasterEntry> vAreas = rasterizeAllTriangles(); // no cell of an edge
     keepLeastPoints(vAreas);                                   // each cell once, ascending
     vPixels.reserve(vPixels.size() + vEdges.size() + vAreas.size());
-    appendEdgePixels(std::move(vEdges), vPixels);
-    appendAreaPixels(std::move(vAreas), vPixels);
+    appendPixels("mandiffe", vEdges, vPixels);
+    appendPixels("mandiffa", vAreas, vPixels);
 }
 
 void Pixel::linkEdge2T(const std::vector<Point3*>& vTriangleCorners)
@@ -114,8 +94,9 @@ void Pixel::addTriangle(Point3* const corners[3])
 void Pixel::bfsSort()
 {
     const StageTimer stage("PX_bfs");
-    std::vector<std::uint32_t> vGroups = edgeGroups();
+    const std::vector<std::uint32_t> vGroups = edgeGroups();
     std::vector<char> vUsed(vTriStore.size(), 0);
+    std::vector<char> vExpanded(vEdge2Tri.size(), 0); // by the first entry of an edge, which may have many
     std::vector<Tri*> vSorted;
     vSorted.reserve(vTri.size());
     const auto enqueue = [&](Tri* pTri) {
@@ -124,17 +105,22 @@ void Pixel::bfsSort()
             vSorted.push_back(pTri);
         used = 1;
     };
+    const auto enqueueAround = [&](std::uint32_t group) {
+        zanAssertText(group != NO_GROUP, "it!=vEdge2Tri.end()");
+        if (vExpanded[group] != 0)
+            return;
+        vExpanded[group] = 1;
+        const auto edge = vEdge2Tri[group].first;
+        for (size_t i = group; i < vEdge2Tri.size() && vEdge2Tri[i].first == edge; ++i)
+            enqueue(vEdge2Tri[i].second);
+    };
     size_t numExpanded = 0;
     for (auto seed = vTri.rbegin(); seed != vTri.rend(); ++seed) {
         enqueue(*seed);
         for (; numExpanded < vSorted.size(); ++numExpanded) {
             const size_t slot = 3 * static_cast<size_t>(vSorted[numExpanded] - vTriStore.data());
-            for (size_t i = slot; i < slot + 3; ++i) {
-                zanAssertText(vGroups[i] != NO_GROUP, "it!=vEdge2Tri.end()");
-                const auto edge = vEdge2Tri[vGroups[i]].first;
-                for (size_t j = vGroups[i]; j < vEdge2Tri.size() && vEdge2Tri[j].first == edge; ++j)
-                    enqueue(vEdge2Tri[j].second);
-            }
+            for (size_t i = slot; i < slot + 3; ++i)
+                enqueueAround(vGroups[i]);
         }
     }
     zanAssertText(vSorted.size() == vTri.size(), "vTri.size()==triSiz");
@@ -160,36 +146,40 @@ bool Pixel::isAffordable() const
 {
     double num = 0.0;
     for (const Tri& tri : vTriStore)
-        num += countSamples(tri, spacingAbs);
+        num += numFaceSamples(tri) + numEdgeCells(tri);
     if (num <= MAX_SAMPLES)
         return true;
-    ZAN_WARNING("refused: a spacing of " + toText(spacingAbs) + " takes about " + toText(num) +
+    ZAN_WARNING("refused: a spacing of " + numberToText(spacingAbs) + " takes about " + numberToText(num) +
                 " samples of the triangles; use a spacing of at least " +
-                toText(1.01 * spacingAbs * std::sqrt(num / MAX_SAMPLES)));
+                numberToText(1.01 * spacingAbs * std::sqrt(num / MAX_SAMPLES)));
     return false;
 }
 
-void Pixel::appendEdgePixels(std::vector<RasterEntry>&& vEdges, std::vector<Point3>& vPixels) const
+double Pixel::numFaceSamples(const Tri& tri) const
 {
-    const StageTimer stage("mandiffe");
-    Progress* pProgress = getRootProgress()->getChildProgressSetTodo("mandiffe", vEdges.size());
-    for (const RasterEntry& entry : vEdges) {
-        vPixels.push_back(entry.second);
-        pProgress->tick();
-    }
-    vEdges = {};
-    pProgress->finish(true);
+    const double step = SAMPLE_DISTANCE * spacingAbs;
+    return 0.5 * crossProd((*tri.pVtx1 - *tri.pVtx0) / step, (*tri.pVtx2 - *tri.pVtx0) / step).length();
 }
 
-void Pixel::appendAreaPixels(std::vector<RasterEntry>&& vAreas, std::vector<Point3>& vPixels) const
+double Pixel::numEdgeCells(const Tri& tri) const
 {
-    const StageTimer stage("mandiffa");
-    Progress* pProgress = getRootProgress()->getChildProgressSetTodo("mandiffa", vAreas.size());
-    for (const RasterEntry& entry : vAreas) {
+    double num = 0.0;
+    for (const Vector3& side : {*tri.pVtx1 - *tri.pVtx0, *tri.pVtx2 - *tri.pVtx0, *tri.pVtx2 - *tri.pVtx1})
+        num += (std::fabs(side.x()) + std::fabs(side.y()) + std::fabs(side.z())) / spacingAbs;
+    return num;
+}
+
+// Stages mandiffe and mandiffa. Frees the raster.
+void Pixel::appendPixels(const char* nameStage, std::vector<RasterEntry>& vRaster,
+                         std::vector<Point3>& vPixels)
+{
+    const StageTimer stage(nameStage);
+    Progress* pProgress = getRootProgress()->getChildProgressSetTodo(nameStage, vRaster.size());
+    for (const RasterEntry& entry : vRaster) {
         vPixels.push_back(entry.second);
         pProgress->tick();
     }
-    vAreas = {};
+    vRaster = {};
     pProgress->finish(true);
 }
 

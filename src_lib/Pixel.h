@@ -73,14 +73,20 @@ private:
     struct AreaBlock;
     struct CutFailures;
 
+    // Of the rows on a face, and of the samples on a row along its largest axis, in cells: near 1/sqrt(3), so
+    // that no cell lies between them.
+    static constexpr double SAMPLE_DISTANCE = 0.577;
+
     // --- Pixel.cpp ---
     void linkEdge2T(const std::vector<Point3*>& vTriangleCorners);
     void addTriangle(Point3* const corners[3]);
     void bfsSort();
     std::vector<std::uint32_t> edgeGroups() const;
     bool isAffordable() const;
-    void appendEdgePixels(std::vector<RasterEntry>&& vEdges, std::vector<Point3>& vPixels) const;
-    void appendAreaPixels(std::vector<RasterEntry>&& vAreas, std::vector<Point3>& vPixels) const;
+    double numFaceSamples(const Tri& tri) const;
+    double numEdgeCells(const Tri& tri) const;
+    static void appendPixels(const char* nameStage, std::vector<RasterEntry>& vRaster,
+                             std::vector<Point3>& vPixels);
 
     // --- Pixel_edges.cpp ---
     void pixelAllEdges(double featureAngle, std::vector<RasterEntry>& vEdges, CellPairs& vFeatures,
@@ -107,7 +113,7 @@ private:
     std::vector<Tri> vTriStore;      // does not grow: there are pointers into it
     std::vector<Tri*> vTri;          // breadth-first over shared edges
     std::vector<Edge2Tri> vEdge2Tri; // three a triangle, lower address first; sorted
-    CellBitSet sUsedRCD;                // cells that an edge has taken
+    CellBitSet sUsedRCD;             // cells that an edge has taken
 };
 
 } // namespace TESK_ZAN

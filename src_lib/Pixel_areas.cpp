@@ -16,9 +16,6 @@ namespace TESK_ZAN
 namespace
 {
 
-// Of the rows, and of the samples on a row along its largest axis, in cells: near 1/sqrt(3), so that no cell
-// lies between them.
-constexpr double SAMPLE_DISTANCE = 0.577;
 constexpr double MIN_BASE_ANGLE = 1e-5; // degrees; a flatter triangle is all edge
 constexpr double RADIANS_PER_DEGREE = 3.14159 / 180;
 
@@ -28,11 +25,12 @@ const Vector3 NO_NEGATIVE_ZERO;
 constexpr double SAMPLES_PER_BLOCK = 60000.0; // a block's cells fit a cache
 constexpr size_t BLOCKS_PER_WAVE = 256;       // what is in memory before it is reduced: 15 million samples
 
-// The rows of one triangle, parallel to its longest side: row i runs from getStart(i) to getStop(i).
+// The rows of one triangle, parallel to its longest side and at a distance of rise: row i runs from
+// getStart(i) to getStop(i).
 class TriangleRows
 {
 public:
-    TriangleRows(Point3 p0, Point3 p1, Point3 p2, double spacing) : plane(p0, p1, p2)
+    TriangleRows(Point3 p0, Point3 p1, Point3 p2, double rise) : plane(p0, p1, p2)
     {
         double len0 = (p1 - p2).length();
         double len1 = (p0 - p2).length();
@@ -55,9 +53,8 @@ public:
         const double angle2 = getAngleDegree(-1.0 * vec12, vec20);
         if (angle1 < MIN_BASE_ANGLE || angle2 < MIN_BASE_ANGLE)
             return;
-        // So far along the sides each row rises by the sample distance.
-        lift1 = SAMPLE_DISTANCE * spacing / std::sin(angle1 * RADIANS_PER_DEGREE);
-        lift2 = SAMPLE_DISTANCE * spacing / std::sin(angle2 * RADIANS_PER_DEGREE);
+        lift1 = rise / std::sin(angle1 * RADIANS_PER_DEGREE);
+        lift2 = rise / std::sin(angle2 * RADIANS_PER_DEGREE);
         numRows = static_cast<int>(std::ceil(len2 / lift1));
     }
 
@@ -77,15 +74,9 @@ private:
     int numRows = 0;
 };
 
-TriangleRows rowsOf(const Tri& tri, double spacing)
+TriangleRows rowsOf(const Tri& tri, double rise)
 {
-    return TriangleRows(*tri.pVtx0, *tri.pVtx1, *tri.pVtx2, spacing);
-}
-
-double samplesOf(const Tri& tri, double spacing)
-{
-    const double step = SAMPLE_DISTANCE * spacing;
-    return 1.0 + getArea(*tri.pVtx0, *tri.pVtx1, *tri.pVtx2) / step / step;
+    return TriangleRows(*tri.pVtx0, *tri.pVtx1, *tri.pVtx2, rise);
 }
 
 // Of two samples in one cell the least counts, whichever came first.
@@ -166,14 +157,14 @@ std::vector<Pixel::AreaBlock> Pixel::cutIntoBlocks() const
         numSamples = 0.0;
     };
     for (size_t i = 0; i < vTri.size(); ++i) {
-        const double num = samplesOf(*vTri[i], spacingAbs);
+        const double num = 1.0 + numFaceSamples(*vTri[i]);
         if (numSamples + num > SAMPLES_PER_BLOCK)
             closeBlock(i);
         numSamples += num;
         if (num <= SAMPLES_PER_BLOCK)
             continue;
         // Too large for one block: rows get shorter towards the apex, but not by orders of magnitude.
-        const int numRows = rowsOf(*vTri[i], spacingAbs).getNumRows();
+        const int numRows = rowsOf(*vTri[i], SAMPLE_DISTANCE * spacingAbs).getNumRows();
         const int step = std::max(1, static_cast<int>(numRows * SAMPLES_PER_BLOCK / num));
         for (int row = 0; row < numRows; row += step)
             vBlocks.push_back({i, i + 1, row, std::min(row + step, numRows)});
@@ -189,7 +180,7 @@ void Pixel::rasterizeBlock(AreaBlock& block) const
     LeastPoints leastPoints(block.vLeast);
     std::vector<RasterEntry> vRow;
     for (size_t i = block.firstTri; i < block.endTri; ++i) {
-        const TriangleRows rows = rowsOf(*vTri[i], spacingAbs);
+        const TriangleRows rows = rowsOf(*vTri[i], SAMPLE_DISTANCE * spacingAbs);
         const int endRow = block.endRow < 0 ? rows.getNumRows() : block.endRow;
         for (int row = block.firstRow; row < endRow; ++row) {
             vRow.clear();
@@ -224,7 +215,7 @@ void Pixel::keepLeastPoints(std::vector<RasterEntry>& vAreas)
 void Pixel::rasterizeTriangle(const Point3& p0, const Point3& p1, const Point3& p2,
                               std::vector<RasterEntry>& vAreas) const
 {
-    const TriangleRows rows(p0, p1, p2, spacingAbs);
+    const TriangleRows rows(p0, p1, p2, SAMPLE_DISTANCE * spacingAbs);
     for (int row = 0; row < rows.getNumRows(); ++row)
         rasterizePlane(rows.getPlane(), rows.getStart(row), rows.getStop(row), vAreas);
 }

@@ -345,4 +345,11 @@ char* printNumber(char* p, double value, int precision)
     return std::to_chars(p, p + MAX_NUMBER_CHARS, value, std::chars_format::general, precision).ptr;
 }
 
+std::string numberToText(double value)
+{
+    constexpr int USUAL_PRECISION = 6;
+    char text[MAX_NUMBER_CHARS];
+    return {text, printNumber(text, value, USUAL_PRECISION)};
+}
+
 } // namespace TESK_ZAN

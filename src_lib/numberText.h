@@ -1,9 +1,10 @@
-// Subsystem: files. Builds on: nothing. Used by: pointFiles, tinyply, meshWriters.
+// Subsystem: files. Builds on: nothing. Used by: pointFiles, tinyply, meshWriters, messages with numbers.
 // Numbers from and to text, many times faster than streams and with the same results as a stream in the
 // classic locale, whatever the locale of the process is.
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace TESK_ZAN
 {
@@ -23,6 +24,9 @@ inline constexpr std::size_t MAX_NUMBER_CHARS = 32;
 // Writes what a stream with this precision (1 to 18) writes in its default float format, no terminator.
 // Returns the place behind the text.
 char* printNumber(char* p, double value, int precision);
+
+// The same with the usual six digits, for messages.
+std::string numberToText(double value);
 
 // White space of the classic locale: blank, tab, line feed, vertical tab, form feed, carriage return.
 inline bool isSpace(char c)

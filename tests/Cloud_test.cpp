@@ -301,3 +301,21 @@ TEST_F(CloudTest, soupThatIsNoneEndsInAWarningOrTheNamedCondition)
     EXPECT_EQ(numOf(vTriangle, 4.32e-6), 0u); // what was said to do for the grid is refused as too many cells
     EXPECT_TRUE(messages.has("refused"));
 }
+
+TEST_F(CloudTest, managerTakesTheFacesOfAFileWhenItMelts)
+{
+    TempDir dir;
+    const std::string name =
+        dir.write("soup.ply", "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\n"
+                              "property float z\nelement face 1\nproperty list uchar int vertex_indices\n"
+                              "end_header\n0 0 0\n9 0 0\n0 9 0\n50 50 50\n3 0 1 2\n");
+    CloudMgr manager;
+    manager.readFiles({name}, 1.0, -1.0, true, -1);
+    std::vector<Bundle*> vBundles;
+    std::vector<u64> vZero;
+    Calc* pCalc = nullptr;
+    manager.getBundles(vBundles, pCalc, vZero);
+    EXPECT_GT(vBundles.size(), 40u);
+    for (const Bundle* pBundle : vBundles)
+        EXPECT_LT(pBundle->pVtx->x(), 10.0) << "a vertex of no face";
+}
