@@ -424,7 +424,7 @@ void RMesh::getDegN(int deg, std::vector<REdge*>& vOut) const
 {
     constexpr int ABOVE_2 = -1;
     constexpr int ALL_ALIVE = -99;
-    zanAssertText(deg >= 0 || deg == ABOVE_2 || deg == ALL_ALIVE, "deg=" + std::to_string(deg));
+    zanAssertText(deg >= 0 || deg == ABOVE_2 || deg == ALL_ALIVE, ("deg=" + std::to_string(deg)).c_str());
     for (REdge* pRE : vRE) {
         const int degree = pRE->getDegree();
         const bool bWanted = deg >= 0 ? degree == deg : degree > (deg == ABOVE_2 ? 2 : 0);

@@ -276,7 +276,7 @@ Point3 project2D(const Point3& p, int skipIndex)
     case 2:
         return Point3(p.x(), p.y(), 0.0);
     default:
-        reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, "wrong skipIndex");
+        reportFailure(__FILE__, __LINE__, __PRETTY_FUNCTION__, "wrong skipIndex");
     }
 }
 

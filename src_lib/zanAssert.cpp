@@ -3,6 +3,7 @@
 #include "messages.h"
 
 #include <ostream>
+#include <string>
 
 namespace TESK_ZAN
 {
@@ -16,11 +17,10 @@ const char* ZanBugException::what() const noexcept
            "quickly!";
 }
 
-void reportFailure(const std::string& file, const std::string& line, const std::string& function,
-                   const std::string& condition)
+void reportFailure(const char* file, int line, const char* function, const char* condition)
 {
     messageStream() << "      " << file << ":" << line << "\n      " << function << std::flush;
-    zanError("ASSEX", "Condition [ " + condition + " failed ]");
+    zanError("ASSEX", std::string("Condition [ ") + condition + " failed ]");
     throw ZanBugException();
 }
 

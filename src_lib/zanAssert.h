@@ -4,14 +4,12 @@
 
 #include "zan_export.h"
 
-#include <string>
-
 namespace TESK_ZAN
 {
 
-// Writes the place and "Condition [ <condition> failed ]", then throws ZanBugException.
-[[noreturn]] void reportFailure(const std::string& file, const std::string& line, const std::string& function,
-                                const std::string& condition);
+// Writes the place and "Condition [ <condition> failed ]", then throws ZanBugException. Plain arguments: what
+// stands at every check must not keep small functions from being inlined.
+[[noreturn]] void reportFailure(const char* file, int line, const char* function, const char* condition);
 
 } // namespace TESK_ZAN
 
@@ -19,15 +17,15 @@ namespace TESK_ZAN
 #define zanAssert(condition)                                                                                 \
     do {                                                                                                     \
         if (!(condition)) [[unlikely]]                                                                       \
-            ::TESK_ZAN::reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, #condition);  \
+            ::TESK_ZAN::reportFailure(__FILE__, __LINE__, __PRETTY_FUNCTION__, #condition);                  \
     } while (false)
 
 // The same with a text that differs from the expression that is tested.
 #define zanAssertText(condition, text)                                                                       \
     do {                                                                                                     \
         if (!(condition)) [[unlikely]]                                                                       \
-            ::TESK_ZAN::reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, text);        \
+            ::TESK_ZAN::reportFailure(__FILE__, __LINE__, __PRETTY_FUNCTION__, text);                        \
     } while (false)
 
 // A branch that must not be reached; the condition text is "false".
-#define zanFail() ::TESK_ZAN::reportFailure(__FILE__, std::to_string(__LINE__), __PRETTY_FUNCTION__, "false")
+#define zanFail() ::TESK_ZAN::reportFailure(__FILE__, __LINE__, __PRETTY_FUNCTION__, "false")
