@@ -175,10 +175,25 @@ void CPatch::forgetMembers()
 
 // ---- measures --------------------------------------------------------------------------------------------
 
+// What holds most of the mesh is walked in the mesh's order, in which the vertices lie near each other.
+bool CPatch::isMostOfMesh() const
+{
+    return vMemberCT.size() > pMesh->getT().size() / 2;
+}
+
+template <class F>
+double CPatch::sumOverAlive(F f) const
+{
+    if (!isMostOfMesh())
+        return sumMT(vMemberCT, [&](const CTriangle* pCT) { return pCT->isAlive() ? f(pCT) : 0.0; });
+    return sumMT(pMesh->getT(), [&](const CTriangle* pCT) {
+        return pCT->isAlive() && pCT->getPatch() == this ? f(pCT) : 0.0;
+    });
+}
+
 double CPatch::getArea() const
 {
-    return sumMT(vMemberCT,
-                 [this](const CTriangle* pCT) { return pCT->isAlive() ? pCT->getArea(pMesh) : 0.0; });
+    return sumOverAlive([this](const CTriangle* pCT) { return pCT->getArea(pMesh); });
 }
 
 // The tetrahedra from one reference point to all triangles. Height above the triangle times area is half the
@@ -188,9 +203,7 @@ double CPatch::getVolume() const
     if (vMemberCT.empty())
         return 0.0;
     const Point3 reference = *pMesh->getVtx(vMemberCT.front()->getC0());
-    const double sum = sumMT(vMemberCT, [&](const CTriangle* pCT) {
-        if (!pCT->isAlive())
-            return 0.0;
+    const double sum = sumOverAlive([&](const CTriangle* pCT) {
         const Point3& p0 = *pMesh->getVtx(pCT->getC0());
         const Vector3 vec01 = *pMesh->getVtx(pCT->getC1()) - p0, vec02 = *pMesh->getVtx(pCT->getC2()) - p0;
         return (p0 - reference) * crossProd(vec01, vec02);
@@ -287,9 +300,10 @@ bool CPatch::isConsistentAt(const CTriangle* pCT) const
 bool CPatch::isConsistent() const
 {
     std::atomic<bool> bConsistent{true};
-    forRangeMT(vMemberCT.size(), [&](std::size_t begin, std::size_t end) {
+    const std::vector<CTriangle*>& vCT = isMostOfMesh() ? pMesh->getT() : vMemberCT;
+    forRangeMT(vCT.size(), [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && bConsistent; ++i)
-            if (vMemberCT[i]->isAlive() && !isConsistentAt(vMemberCT[i]))
+            if (vCT[i]->isAlive() && vCT[i]->getPatch() == this && !isConsistentAt(vCT[i]))
                 bConsistent = false;
     });
     return bConsistent;

@@ -150,6 +150,9 @@ public:
 private:
     friend class CMesh;
 
+    bool isMostOfMesh() const;
+    template <class F>
+    double sumOverAlive(F f) const;
     void forgetMembers(); // for an owner that clears all patches at once
     int countMembersAt(const CEdge* pCE) const;
     void setBoundaryKey();

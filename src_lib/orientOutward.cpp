@@ -28,6 +28,7 @@ public:
     {
         std::iota(vParent.begin(), vParent.end(), Index(0));
         vTwisted.resize(vT.size(), 0);
+        vAtRim.resize(vT.size(), 0);
         for (const RTriangle* pRT : vT)
             if (pRT->isAlive())
                 joinToLower(*pRT);
@@ -45,6 +46,7 @@ public:
     }
 
     bool isOriented(Index root) const { return vTwisted[root] == 0; }
+    bool isAtRim(Index number) const { return vAtRim[number] != 0; }
 
 private:
     void joinToLower(const RTriangle& triangle)
@@ -53,8 +55,12 @@ private:
         for (int ici = 0; ici < 3; ++ici) {
             const REdge* pRE = triangle.getRE(ici);
             const RTriangle* pNeig = pRE->getDegree() == 2 ? pRE->getOtherT(&triangle) : nullptr;
-            if (pNeig == nullptr || numberOf(pNeig) > number)
-                continue; // a border, or its own turn comes
+            if (pNeig == nullptr) {
+                vAtRim[number] = 1;
+                continue;
+            }
+            if (numberOf(pNeig) > number)
+                continue; // its own turn comes
             if (triangle.needFlip(pNeig))
                 vTwisted[number] = 1;
             const Index root0 = rootOf(number);
@@ -65,6 +71,7 @@ private:
 
     const std::vector<RTriangle*>& vT;
     std::vector<Index> vParent; // by number of the triangle; never above it
+    std::vector<char> vAtRim;   // of a triangle: it has an edge that is no connection
     std::vector<char> vTwisted; // not consistently oriented: of a triangle, at last of a root
 };
 
@@ -107,6 +114,12 @@ public:
                 body.apex = Point3() + (1.0 / double(body.numRimEnds)) * body.rimSum;
     }
 
+    size_t countInsideOut() const
+    {
+        return size_t(std::count_if(vBodies.begin(), vBodies.end(),
+                                    [](const Body& body) { return body.isInsideOut(); }));
+    }
+
 private:
     const std::vector<RTriangle*>& vT;
     TESK_TOOLS::FlatMap<u64, size_t, TESK_TOOLS::U64Hash> mSlots;
@@ -146,24 +159,26 @@ size_t orientOutward(RMesh& mesh)
     const auto forEachOriented = [&](auto f) {
         for (Index number = 0; number < vT.size(); ++number) {
             const Index root = components.rootOf(number);
-            if (vT[number]->isAlive() && components.isOriented(root))
-                f(*vT[number], bodies.at(root), root == number);
+            if (components.isOriented(root) && vT[number]->isAlive())
+                f(number, bodies.at(root));
         }
     };
-    forEachOriented([](RTriangle& triangle, Body& body, bool) { addRim(triangle, body); });
+    forEachOriented([&](Index number, Body& body) {
+        if (components.isAtRim(number))
+            addRim(*vT[number], body);
+    });
     bodies.placeApexes();
-    forEachOriented([](RTriangle& triangle, Body& body, bool) {
-        const double volume6 = signedVolume6(triangle, body.apex);
+    forEachOriented([&](Index number, Body& body) {
+        const double volume6 = signedVolume6(*vT[number], body.apex);
         body.volume6 += volume6;
         body.magnitude6 += std::abs(volume6);
     });
-    size_t numTurned = 0;
-    forEachOriented([&](RTriangle& triangle, const Body& body, bool bFirst) {
-        if (!body.isInsideOut())
-            return;
-        numTurned += bFirst ? 1 : 0;
-        triangle.flipOrientation();
-    });
+    const size_t numTurned = bodies.countInsideOut();
+    if (numTurned > 0)
+        forEachOriented([&](Index number, const Body& body) {
+            if (body.isInsideOut())
+                vT[number]->flipOrientation();
+        });
     return numTurned;
 }
 
