@@ -20,12 +20,13 @@ namespace
 
 using Index = SideForest::Index;
 
-constexpr std::size_t SPECK_SIZE = 20; // triangles: patches up to this size are narrow in any case
-constexpr std::size_t MAX_SIZE_PER_RIM =
-    2; // triangles for each edge of the rim: a strip two cells wide has so many
+// Narrow is what has few triangles for each edge of its rim: a strip that is three cells wide has three. Specks
+// are in any case.
+constexpr std::size_t MAX_SIZE_PER_RIM = 3;
+constexpr std::size_t SPECK_SIZE = 20;
+
 constexpr std::size_t RIM_PER_BORDER = 4; // a fin that stands free with more than this part of its rim stays
-constexpr std::size_t CONTRADICTION_PART =
-    10; // a narrow patch with more than this part of its clues contradicted is split
+constexpr std::size_t CONTRADICTION_PART = 10; // of the clues of a narrow patch: with more it is split
 constexpr double ONE_DIRECTION = 1e-6; // radians: triangles nearer to each other than this have no order
 
 // Directions around an edge as angles that grow counterclockwise for who looks against the edge. Between cell
