@@ -256,11 +256,11 @@ int CMesh::killDuplicateTriangles()
 
 void CMesh::splitDegenerate()
 {
-    std::vector<CTriangle*> vStack;
-    getAliveT(vStack);
+    std::vector<CTriangle*> vStack =
+        selectMT(vMeshT, [this](const CTriangle* pCT) { return pCT->isAlive() && pCT->isDegenerate(this); });
     // A split acts like a flip. In a region where all cross products underflow, flips could go round for
     // ever.
-    std::size_t numSplitsLeft = 100 + 3 * vStack.size();
+    std::size_t numSplitsLeft = 100 + 3 * vMeshT.size();
     std::vector<CTriangle*> vKids;
     while (!vStack.empty() && numSplitsLeft > 0) {
         CTriangle* pCT = vStack.back();

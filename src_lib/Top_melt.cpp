@@ -127,6 +127,10 @@ void Top::runMelt(Voro* pVoro)
 void Top::killSurplus()
 {
     const StageTimer timer("TP_surplus");
+    std::vector<CEdge*> vMeetingCE;
+    pMesh->getDegN(-1, vMeetingCE);
+    if (vMeetingCE.empty())
+        return;
     std::vector<CTriangle*> vSurplus;
     do {
         solvePatchPairs(false);
