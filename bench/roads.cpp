@@ -15,6 +15,7 @@
 // A soup with --quality also tells how far its sharp edges are from the mesh. The generated cloud is a closed
 // bumpy surface of N points, even up to a little noise, the same for equal N. The seconds of the stages lie
 // inside each other where stages do.
+#include "keepFreedMemory.h"
 #include "random.h"
 #include "roadReport.h"
 #include "soups.h"
@@ -272,6 +273,7 @@ int run(const Options& options)
 
 int main(int argc, char** argv)
 {
+    keepFreedMemory();
     try {
         return run(parse(argc, argv));
     } catch (const std::exception& error) {

@@ -2,6 +2,7 @@
 // error stream and an exit code.
 #include "CommandError.h"
 #include "commands.h"
+#include "keepFreedMemory.h"
 
 #include <zan/zan_api_functions.h>
 
@@ -52,6 +53,7 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    keepFreedMemory();
     TESK_ZAN::setMessageStream(&std::cerr); // the standard output carries results only
     try {
         return run(argc, argv);

@@ -2,6 +2,7 @@
 // JSON, as bench/roads does.
 //
 //   advancing_front FILE [--out MESH.ply] [--quality 1]
+#include "keepFreedMemory.h"
 #include "roadReport.h"
 #include "zan_api_functions.h"
 
@@ -125,6 +126,7 @@ int run(const Options& options)
 
 int main(int argc, char** argv)
 {
+    keepFreedMemory();
     try {
         return run(parse(argc, argv));
     } catch (const std::exception& error) {
