@@ -4,6 +4,7 @@
 #include "SideForest.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "twistCut.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -14,6 +15,8 @@ namespace TESK_ZAN
 
 namespace
 {
+
+constexpr size_t MAX_SHORTEST_CUT = 50; // edges: longer ways around a passage are not looked for
 
 int countTwisted(const RTriangle& triangle)
 {
@@ -42,20 +45,23 @@ double foldAt(const REdge& edge)
     return pT0->needFlip(pT1) ? cosine : -cosine;
 }
 
-// The alive triangles of all patches that have one of these edges, by number of the patch.
-std::vector<RTriangle*> collectTriangles(const RMesh& mesh, const std::vector<REdge*>& vTwistedRE)
+// The patches that have one of these edges, by number.
+std::vector<int> patchesAt(const std::vector<REdge*>& vTwistedRE)
 {
     std::vector<int> vPatchIds;
     for (const REdge* pRE : vTwistedRE)
         vPatchIds.push_back(pRE->getTriangle(true, false)->getPatch()->getId());
     std::sort(vPatchIds.begin(), vPatchIds.end());
     vPatchIds.erase(std::unique(vPatchIds.begin(), vPatchIds.end()), vPatchIds.end());
+    return vPatchIds;
+}
+
+std::vector<RTriangle*> aliveTriangles(const RMesh& mesh, int patchId)
+{
     std::vector<RTriangle*> vRT;
-    for (const int id : vPatchIds) {
-        const auto& vPatchT = mesh.getPatches()[static_cast<size_t>(id)]->getTriangles();
-        std::copy_if(vPatchT.begin(), vPatchT.end(), std::back_inserter(vRT),
-                     [](const RTriangle* pRT) { return pRT->isAlive(); });
-    }
+    const auto& vPatchT = mesh.getPatches()[static_cast<size_t>(patchId)]->getTriangles();
+    std::copy_if(vPatchT.begin(), vPatchT.end(), std::back_inserter(vRT),
+                 [](const RTriangle* pRT) { return pRT->isAlive(); });
     return vRT;
 }
 
@@ -78,12 +84,13 @@ std::vector<Link> collectLinks(const std::vector<RTriangle*>& vRT)
 }
 
 // Joins over one link after the other where that joins two groups, and turns each triangle as its group says.
+// All triangles that the links reach beside vRT are one group from the start, and stay as they are.
 void orientByLinks(const RMesh& mesh, const std::vector<RTriangle*>& vRT, const std::vector<Link>& vLinks)
 {
-    std::vector<SideForest::Index> vIndexOfT(mesh.getAllT().size());
+    std::vector<SideForest::Index> vIndexOfT(mesh.getAllT().size(), 0);
     for (size_t i = 0; i < vRT.size(); ++i)
-        vIndexOfT[numberOf(vRT[i])] = static_cast<SideForest::Index>(i);
-    SideForest forest(vRT.size());
+        vIndexOfT[numberOf(vRT[i])] = static_cast<SideForest::Index>(i + 1);
+    SideForest forest(vRT.size() + 1);
     for (const Link& link : vLinks) {
         RTriangle* pT0 = nullptr;
         RTriangle* pT1 = nullptr;
@@ -93,8 +100,9 @@ void orientByLinks(const RMesh& mesh, const std::vector<RTriangle*>& vRT, const 
         if (root0.index != root1.index)
             forest.attach(root1.index, root0.index, pT0->needFlip(pT1) != (root0.bTurned != root1.bTurned));
     }
+    const bool bRestTurned = forest.find(0).bTurned;
     for (size_t i = 0; i < vRT.size(); ++i)
-        if (forest.find(static_cast<SideForest::Index>(i)).bTurned)
+        if (forest.find(static_cast<SideForest::Index>(i + 1)).bTurned != bRestTurned)
             vRT[i]->flipOrientation();
 }
 
@@ -131,9 +139,14 @@ std::vector<REdge*> findTwistedRE(const RMesh& mesh)
 std::vector<REdge*> orientTwisted(RMesh& mesh)
 {
     const StageTimer stage("RM_twist");
-    const std::vector<RTriangle*> vRT = collectTriangles(mesh, findTwistedRE(mesh));
-    orientByLinks(mesh, vRT, collectLinks(vRT));
-    turnOutvoted(vRT);
+    for (const int patchId : patchesAt(findTwistedRE(mesh))) {
+        const std::vector<RTriangle*> vRT = aliveTriangles(mesh, patchId);
+        std::vector<RTriangle*> vLooseT;
+        if (!orientByShortestCut(vRT, MAX_SHORTEST_CUT, vLooseT))
+            vLooseT = vRT;
+        orientByLinks(mesh, vLooseT, collectLinks(vLooseT));
+        turnOutvoted(vLooseT);
+    }
     return findTwistedRE(mesh);
 }
 
