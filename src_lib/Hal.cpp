@@ -88,6 +88,20 @@ void Hal::toCloud(std::vector<Point3*>& vOut)
     pProgress->finish(true);
 }
 
+CMesh* Hal::reconstructInHole()
+{
+    if (!takeBundles()) {
+        ZAN_ERROR("Nothing to do (bad input? wrong resolution?)");
+        return nullptr;
+    }
+    Voro voro(pCalc, &mCCDBundle, &vZeroCCD, TM_FAT);
+    voro.fatExtractTriangles();
+    pCMesh.reset(voro.getCMesh());
+    Top top(pCMesh.get(), pCalc);
+    top.runInHole(&voro);
+    return pCMesh.get();
+}
+
 CMesh* Hal::getCMesh() const
 {
     zanAssertText(pCMesh != nullptr, "pCMesh!=0");

@@ -41,6 +41,10 @@ public:
     // to nothing. They belong to the cloud.
     void toCloud(std::vector<Point3*>& vOut);
 
+    // The stages on codes alone, as for the points round a hole: the mesh belongs to this, and getCMesh gives
+    // it too. Null, after an error message, when the input came to no bundle.
+    CMesh* reconstructInHole();
+
     // The combinatorial mesh of the run; a failed condition before there is one, and after the real mesh has
     // taken it over.
     CMesh* getCMesh() const;

@@ -2,6 +2,7 @@
 // writers. The triangle mesh on real coordinates: what a run ends with and all later optimisation works on.
 #pragma once
 
+#include "Calc.h"
 #include "PointVertexMap.h"
 #include "RECollapse.h"
 #include "REdge.h"
@@ -14,6 +15,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -129,6 +131,10 @@ public:
 
     double getAverageEdgeLength() const; // over alive edges; -1.0 if there is none
     double getCellSize() const { return dCellSize; }
+
+    // The lattice of the run that made the mesh; null if none did. A vertex that a run has placed lies in a
+    // cell of its own there, one that was moved or copied afterwards need not.
+    const Calc* getCalc() const { return oCalc ? &*oCalc : nullptr; }
     bool hasColor() const; // true as soon as one corner of one alive triangle has a colour
 
     size_t getNumVtx() const { return vVtx.size(); } // all ever made: the numbers run from 0 to here
@@ -299,6 +305,7 @@ private:
     TESK_TOOLS::SimplePool<RTriangle> rtPool;
     TESK_TOOLS::SimplePool<REdge> rePool;
     double dCellSize;
+    std::optional<Calc> oCalc;
 };
 
 // Writes the mesh in white and its edges of degree 1 in red to the scene "holes.list" in the working folder.

@@ -70,6 +70,7 @@ RMesh::RMesh(CMesh* pCMesh)
     : RMesh(pCMesh->getCalc()->getCellSize(), pCMesh->getBundles().size(), pCMesh->getT().size())
 {
     const StageTimer stage("RM_takeover");
+    oCalc = *pCMesh->getCalc();
     std::vector<u64> vCCD; // of the vertices, by number
     takeOverVertices(pCMesh, vCCD);
     takeOverTriangles(pCMesh, vCCD);

@@ -1,4 +1,4 @@
-// Subsystem: grid. Builds on: RCDStore, removalRules, Calc. Used by: Voro, the wings.
+// Subsystem: grid. Builds on: RCDStore, removalRules, Calc. Used by: Voro, Hole.
 // The removal rule on a set of cells that is named by CCDs, one cell at a time.
 #pragma once
 
@@ -26,6 +26,11 @@ public:
 
     // Removes the cell whatever the rule says; nothing happens if it is not there.
     void remove(u64 ccd);
+
+    // Removes of the candidates all that may go, in walks over them in their order until a walk removes none.
+    // vKept and vDoomed are replaced by the candidates that exist still and those that went, sorted.
+    void pruneStrong(const std::vector<u64>& vCandidateCCD, std::vector<u64>& vKept,
+                     std::vector<u64>& vDoomed);
 
 private:
     RCDStore rcdStore;

@@ -181,6 +181,12 @@ public:
     // Enters the neighbours of a triangle over its edge i into the queue of strategyMST.
     void enqueue(CTriangle* pCT, int i);
 
+    // --- holes: Top_holes.cpp ---
+
+    // Finds the holes of the mesh and where their patches would lie (Holex), and leaves the mesh as it is.
+    // Experimental, on no road; pVoro is not used. Each vertex must lie in its cell.
+    void fillHoles(Voro* pVoro);
+
 private:
     // A connection that strategyMST may grow over, the least angle first, equal angles by sequence.
     struct Connection {

@@ -76,6 +76,12 @@ const std::vector<PhaseWeight>& reducePhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& closeHolesPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"HO_close", 10}};
+    return vPhases;
+}
+
 std::vector<PhaseWeight> smoothingPhases(int numIterations)
 {
     std::vector<PhaseWeight> vPhases = {{"border", 1}, {"list", 2}};

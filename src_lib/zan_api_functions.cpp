@@ -6,6 +6,7 @@
 #include "RMesh.h"
 #include "TaskPool.h"
 #include "flipLoops.h"
+#include "holeClosing.h"
 #include "messages.h"
 #include "progressTrees.h"
 #include "sampleScan.h"
@@ -168,6 +169,19 @@ int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngleDeg)
     pMesh->getRMesh()->killDegenerate();
     tree.finish();
     return numRemoved;
+}
+
+int closeHoles(std::shared_ptr<Mesh> pMesh, int maxEdges)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return 0;
+    }
+    ProgressTree tree("CloseHoles", closeHolesPhases());
+    const HoleReport report = closeHoles(*pMesh->getRMesh(), maxEdges);
+    pMesh->getRMesh()->colorizeFilledHoles();
+    tree.finish();
+    return static_cast<int>(report.numClosed);
 }
 
 void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations)

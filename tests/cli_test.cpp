@@ -177,14 +177,16 @@ TEST_F(Cli, FinishingStepsAreTakenAndReported)
 {
     writeSphere("in.xyz");
     const int numRaw = std::stoi("0" + valueOf("triangles", zan("reconstruct in.xyz raw.ply").out));
-    const Outcome outcome =
-        zan("reconstruct in.xyz out.ply --contrast 0.01 0.01 --reduce inf 20 --smooth 2 --anneal");
+    const Outcome outcome = zan("reconstruct in.xyz out.ply --contrast 0.01 0.01 --reduce inf 20 --smooth 2 "
+                                "--anneal --close-holes 0");
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_LT(std::stoi("0" + valueOf("triangles", outcome.out)), numRaw / 2);
     EXPECT_GT(std::stoi("0" + valueOf("reduced by", outcome.out)), numRaw / 2);
     EXPECT_EQ(valueOf("smoothed", outcome.out).rfind("2 rounds", 0), 0U);
+    EXPECT_EQ(valueOf("holes closed", outcome.out).rfind("0,", 0), 0U);
     size_t last = 0; // in the order in which they are taken, whatever order they are asked for in
-    for (const char* label : {"annealed", "smoothed", "reduced by", "contrast spread", "triangles"}) {
+    for (const char* label :
+         {"holes closed", "annealed", "smoothed", "reduced by", "contrast spread", "triangles"}) {
         const size_t pos = outcome.out.find("\n" + std::string(label));
         ASSERT_NE(pos, std::string::npos) << label;
         EXPECT_GE(pos, last) << label;
@@ -252,11 +254,27 @@ TEST_F(Cli, FailuresHaveTheirExitCodes)
 TEST_F(Cli, ValuesThatMakeNoSenseAreRefused)
 {
     writeSphere("in.xyz");
-    for (const char* option :
-         {"--spacing 0", "--spacing -1", "--spacing nan", "--spacing inf", "--spacing x",
-          "--spacing-factor 0", "--spacing 0.1 --spacing-factor 2", "--fill -1", "--fill 1.5", "--threads -1",
-          "--unknown", "--smooth -1", "--smooth 1.5", "--reduce 1", "--reduce nan 20", "--reduce 1 -5",
-          "--contrast 0.1", "--contrast 0.01 0.5", "--contrast nan 0"})
+    for (const char* option : {"--spacing 0",
+                               "--spacing -1",
+                               "--spacing nan",
+                               "--spacing inf",
+                               "--spacing x",
+                               "--spacing-factor 0",
+                               "--spacing 0.1 --spacing-factor 2",
+                               "--fill -1",
+                               "--fill 1.5",
+                               "--threads -1",
+                               "--unknown",
+                               "--smooth -1",
+                               "--smooth 1.5",
+                               "--reduce 1",
+                               "--reduce nan 20",
+                               "--reduce 1 -5",
+                               "--close-holes -1",
+                               "--close-holes x",
+                               "--contrast 0.1",
+                               "--contrast 0.01 0.5",
+                               "--contrast nan 0"})
         EXPECT_EQ(zan(std::string("reconstruct in.xyz out.ply ") + option).code, 2) << option;
 }
 

@@ -103,6 +103,26 @@ TEST_F(Host, IndexedFormAgreesWithTheTriangles)
         ASSERT_EQ(vVertices[std::size_t(vIndices[i])], vCorners[i]);
 }
 
+TEST_F(Host, AHoleIsClosedColouredAndHeardOfWhenItIsSmallEnough)
+{
+    std::erase_if(vSphere, [](const Point3& p) { return p.z() > 0.97; });
+    const auto pMesh = reconstruct_auto(vSphere, 1.0, 0);
+    ASSERT_NE(pMesh, nullptr);
+    const size_t numBefore = pMesh->getNumT();
+    Listener listener;
+    subscribe(&listener);
+    EXPECT_EQ(closeHoles(pMesh, 5), 0);
+    EXPECT_EQ(pMesh->getNumT(), numBefore);
+    EXPECT_EQ(closeHoles(pMesh, 0), 1);
+    EXPECT_GT(pMesh->getNumT(), numBefore);
+    EXPECT_EQ(listener.names, std::set<std::string>{"CloseHoles"});
+    EXPECT_EQ(listener.last, 1.0);
+    std::vector<Point3*> vPoints;
+    pMesh->getPoints(vPoints);
+    EXPECT_TRUE(std::all_of(vPoints.begin(), vPoints.end(), [](const Point3* p) { return p->hasColor(); }));
+    EXPECT_EQ(closeHoles(nullptr, 0), 0);
+}
+
 TEST_F(Host, SubscriberHearsTheRunToItsEnd)
 {
     Listener listener;

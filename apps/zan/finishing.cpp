@@ -32,7 +32,12 @@ std::string isCut(const std::string& text)
 
 void addFinishingOptions(CLI::App& command, FinishingOptions& options)
 {
-    constexpr int MAX_ROUNDS = 100000;
+    constexpr int MAX_ROUNDS = 100000, MAX_EDGES = 1'000'000'000;
+    command
+        .add_option("--close-holes", options.oMaxEdges,
+                    "Close holes with at most N edges round them (0: of any size); outer rims stay open")
+        ->type_name("N")
+        ->check(CLI::Range(0, MAX_EDGES));
     command.add_flag("--anneal", options.bAnneal,
                      "Straighten edges by simulated annealing; takes longer than the rest");
     command.add_option("--smooth", options.numSmooth, "Rounds of Laplacian smoothing; borders stay")
@@ -59,6 +64,10 @@ ReportLines finishMesh(const FinishingOptions& options, const std::shared_ptr<Me
 {
     ReportLines lines;
     Stopwatch watch;
+    if (options.oMaxEdges) {
+        const int numClosed = closeHoles(pMesh, *options.oMaxEdges);
+        lines.emplace_back("holes closed", std::to_string(numClosed) + ", " + secondsText(watch.lap()));
+    }
     if (options.bAnneal) {
         edgeFlipsSimA(pMesh);
         lines.emplace_back("annealed", secondsText(watch.lap()));
