@@ -248,7 +248,7 @@ void Hole::initializeFirstRow_T(const CTriangle* pCT)
     for (const u64 vcd : vcdPair)
         seed(vcd, static_cast<float>(plane.signedDistance(pCalc->getCellCorner(vcd))), bSharp);
     const auto [addressLo, addressHi] =
-        std::minmax(getAddressFromVCD(vcdPair[0]), getAddressFromVCD(vcdPair[1]));
+        std::minmax({getAddressFromVCD(vcdPair[0]), getAddressFromVCD(vcdPair[1])});
     vEdgePairs.emplace_back(addressLo, addressHi);
 }
 
