@@ -91,6 +91,19 @@ std::vector<Coords> getGeneratingVCDs(const Calc& calc, const CTriangle* pCT)
     return vKeys;
 }
 
+// Leaves the elements of a sorted list that stand there once.
+void keepSingles(std::vector<std::pair<int, int>>& v)
+{
+    std::size_t numKept = 0;
+    for (std::size_t first = 0, last = 0; first < v.size(); first = last) {
+        while (last < v.size() && v[last] == v[first])
+            ++last;
+        if (last == first + 1)
+            v[numKept++] = v[first];
+    }
+    v.resize(numKept);
+}
+
 } // namespace
 
 bool shareAnEntry(const std::vector<u64>& a, const std::vector<u64>& b)
@@ -247,6 +260,8 @@ void Hole::initializeFirstRow_T(const CTriangle* pCT)
     const bool bSharp = isSharp(pCT);
     for (const u64 vcd : vcdPair)
         seed(vcd, static_cast<float>(plane.signedDistance(pCalc->getCellCorner(vcd))), bSharp);
+    if (getGeneratingVCDs(*pCalc, pCT).size() != 2)
+        return;
     const auto [addressLo, addressHi] =
         std::minmax({getAddressFromVCD(vcdPair[0]), getAddressFromVCD(vcdPair[1])});
     vEdgePairs.emplace_back(addressLo, addressHi);
@@ -299,7 +314,7 @@ void Hole::seed(u64 vcd, float distance, bool bSharp)
 void Hole::completeInitCbs()
 {
     std::sort(vEdgePairs.begin(), vEdgePairs.end());
-    vEdgePairs.erase(std::unique(vEdgePairs.begin(), vEdgePairs.end()), vEdgePairs.end());
+    keepSingles(vEdgePairs);
     std::vector<u64> vRCD;
     for (const auto& [addressA, addressB] : vEdgePairs) {
         const Corners a = cornersOf(addressA), b = cornersOf(addressB);

@@ -77,11 +77,12 @@ TEST(Hole, aFlatHoleGetsTheCellsOfItsPlaneAndTheMeshStaysAsItIs)
         EXPECT_TRUE(run.messages.has(text)) << text;
 }
 
-TEST(Hole, bothWaysOfGrowingCloseAFlatHoleButForTrianglesAtItsRim)
+TEST(Hole, bothWaysOfGrowingCoverAFlatHoleButForGapsAtItsRim)
 {
     for (const bool bSheet : {false, true}) {
         HeightField field = flatWithHole(24, 20, 5.0);
-        const size_t numRim = numEdges(field.mesh, 1) - edgesOf(*field.holes()[0]).size();
+        const size_t numHoleCE = edgesOf(*field.holes()[0]).size();
+        const size_t numRim = numEdges(field.mesh, 1) - numHoleCE;
         RunHole run(field);
         if (bSheet)
             run.hole.growSheet();
@@ -90,9 +91,10 @@ TEST(Hole, bothWaysOfGrowingCloseAFlatHoleButForTrianglesAtItsRim)
         EXPECT_EQ(run.messages.has("vHoleCCDs final: "), !bSheet);
         size_t numGapCE = 0; // squares that are half covered by the rim stay so
         for (const Chain* pGap : field.holes()) {
-            EXPECT_EQ(edgesOf(*pGap).size(), 3u);
+            EXPECT_LT(edgesOf(*pGap).size(), numHoleCE);
             numGapCE += edgesOf(*pGap).size();
         }
+        EXPECT_LT(numGapCE, numHoleCE) << bSheet;
         EXPECT_EQ(numEdges(field.mesh, 1), numRim + numGapCE) << bSheet;
         EXPECT_EQ(numEdges(field.mesh, -1), 0u) << bSheet;
         EXPECT_FALSE(run.hole.getNewT().empty());
