@@ -17,6 +17,7 @@ namespace
 using Index = std::uint32_t;
 
 constexpr Index NONE = std::numeric_limits<Index>::max();
+constexpr int MAX_SEARCHES = 20; // a single passage takes fewer
 constexpr size_t NUM_SEEDS = 7;
 constexpr size_t BALL_PART = 3; // the ball takes at most this part of the surface
 
@@ -55,10 +56,13 @@ public:
         const size_t limit = std::min(maxEdges + 1, ballRim);
         vFlow.assign(2 * vWays.size(), 0);
         size_t flow = 0;
-        while (flow < limit && findLevels())
+        for (int search = 0; findLevels(); ++search) {
+            if (search == MAX_SEARCHES)
+                return false;
             flow += pushAlongLevels(limit - flow);
-        if (flow >= limit)
-            return false;
+            if (flow >= limit)
+                return false;
+        }
         turnUnreached(vLooseT);
         return true;
     }

@@ -16,7 +16,7 @@ namespace TESK_ZAN
 namespace
 {
 
-constexpr size_t MAX_SHORTEST_CUT = 50; // edges: longer ways around a passage are not looked for
+constexpr size_t MAX_SHORTEST_CUT = 20; // edges: longer ways around a passage are not looked for
 
 int countTwisted(const RTriangle& triangle)
 {
