@@ -32,8 +32,8 @@ constexpr double NEAR_CELLS = 0.1;      // a corner nearer to a triangle than th
 constexpr u64 MAX_WORK = 6'000'000'000;
 constexpr u64 NUM_FILTERS = 400;
 
-// Values are floats, a few hundred cells at most, and their products with weights.
 constexpr float MIN_CELL_SIZE = 1e-30f, MAX_CELL_SIZE = 1e30f;
+constexpr double MIN_CELL_PART = 1e-12; // of the largest coordinate
 
 std::atomic<int> numHoles{0};
 
@@ -168,9 +168,12 @@ bool Hole::setRanges()
     xhi = hiX + MARGIN, yhi = hiY + MARGIN, zhi = hiZ + MARGIN;
     const u64 nx = u64(xhi - xlo + 1), ny = u64(yhi - ylo + 1), nz = u64(zhi - zlo + 1);
     // Each is below 2^22, so the product of all three can wrap, but not where two of them keep the limit.
-    const bool bFits = nx * ny <= MAX_ARRAY_SIZE && nx * ny * nz <= MAX_ARRAY_SIZE &&
-                       stepVal > MIN_CELL_SIZE && stepVal < MAX_CELL_SIZE;
-    if (!bFits || nx * ny * nz * u64(numGrowSteps + NUM_FILTERS) > MAX_WORK) {
+    const bool bFits = nx * ny <= MAX_ARRAY_SIZE && nx * ny * nz <= MAX_ARRAY_SIZE;
+    if (!hasUsableCells()) {
+        say("cells too small or too large for a volume: " + std::to_string(stepVal));
+        return false;
+    }
+    if (!bFits || nx * ny * nz * (u64(numGrowSteps) + NUM_FILTERS) > MAX_WORK) {
         ZAN_WARNING("a hole is too large for a volume: " + std::to_string(nx) + " x " + std::to_string(ny) +
                     " x " + std::to_string(nz) + " cells");
         arrSiz = 0;
@@ -180,6 +183,14 @@ bool Hole::setRanges()
     rgx = int(nx), rgy = int(ny), rgz = int(nz);
     rgxy = rgx * rgy;
     return true;
+}
+
+// Values are floats, and points within a cell must differ.
+bool Hole::hasUsableCells() const
+{
+    const Point3 corner = pCalc->getCellCorner(vBorderCCDs[0]);
+    const double far = std::max({std::fabs(corner.x()), std::fabs(corner.y()), std::fabs(corner.z())});
+    return stepVal > MIN_CELL_SIZE && stepVal < MAX_CELL_SIZE && pCalc->getCellSize() > MIN_CELL_PART * far;
 }
 
 void Hole::collectFirstRows()

@@ -87,7 +87,8 @@ public:
 
     // --- the steps of run, public for tests ---
 
-    // The box and the steps of growth from the chain's vertices. False, after a warning, if it is too large.
+    // The box and the steps of growth from the chain's vertices. False, after a message, if the box is too
+    // large (a warning) or cells are too small for the numbers used.
     bool setRanges();
     void collectFirstRows();
     void markSharpT();
@@ -170,6 +171,7 @@ private:
     unsigned int getSidesInArray(int address) const;
     std::vector<Place> getPlaces(const std::vector<int>& vAddr) const;
 
+    bool hasUsableCells() const;
     bool isFirstRow(const CTriangle* pCT) const;
     bool isSharp(const CTriangle* pCT) const;
     void initializeFirstRow_T(const CTriangle* pCT);

@@ -330,10 +330,11 @@ void Hole::addZero(int addressA, int addressB, std::vector<ZeroEdge>& vZeroEdges
     if (bBothSure || bNoValue || (src.val > 0.0f) == (trg.val > 0.0f))
         return;
     const u64 rcdA = addressToRCD(addressA), rcdB = addressToRCD(addressB);
-    int x, y, z;
-    rcdToXYZ(std::min(rcdA, rcdB), x, y, z);
-    if (x == 0 || y == 0 || z == 0)
-        return; // the cells round the edge are not all on the lattice
+    u64 x0, y0, z0, x1, y1, z1;
+    rcdToXYZ(std::min(rcdA, rcdB), x0, y0, z0);
+    rcdToXYZ(std::max(rcdA, rcdB), x1, y1, z1);
+    if (std::min({x0, y0, z0}) == 0 || std::max({x1, y1, z1}) + 1 >= u64{1} << pCalc->getNumLevels())
+        return; // the cells round the edge and their cubes are not all on the lattice
     const Point3 pSrc = pCalc->getCellCorner(Calc::rcdToCCD(rcdA)),
                  pTrg = pCalc->getCellCorner(Calc::rcdToCCD(rcdB));
     const double srcVal = std::fabs(double(src.val)), trgVal = std::fabs(double(trg.val));

@@ -135,6 +135,20 @@ TEST(Hole, theBoxStopsAtTheLatticesOriginAndItsAddressesAreGuarded)
     EXPECT_EQ(hole.getNumGrowSteps(), 10) << "the least";
 }
 
+TEST(Hole, atTheFarEndOfTheLatticeNothingGoesBeyondIt)
+{
+    HeightField field = flatWithHole(20, (1 << CellSet::LEVELS) - 20, 7.0); // the box would go on
+    RunHole run(field);
+    run.hole.grow();
+    run.hole.growSheet();
+    const u64 end = u64{1} << CellSet::LEVELS;
+    for (const auto& [ccd, point] : run.hole.getZeroCells()) {
+        u64 x, y, z;
+        rcdToXYZ(Calc::ccdToRCD(ccd), x, y, z);
+        EXPECT_LT(std::max({x, y, z}) + 1, end);
+    }
+}
+
 TEST(Hole, aHoleWhoseBoxWouldNotFitInMemoryIsRefused)
 {
     // A ring of triangles across most of the lattice, in all three axes.

@@ -169,6 +169,10 @@ TEST(CloseHoles, crowdedFarAndTinyMeshesAreNoTrouble)
         EXPECT_EQ(closed.broken, "") << scale;
         EXPECT_TRUE(checkMesh(closed.result).isManifold()) << scale;
     }
+    IndexedMesh far = indexed; // about as fine as numbers are there
+    for (Point3& p : far.vPoints)
+        p.set(1e9 + 1e-5 * p.x(), 1e-5 * p.y(), -1e9 + 1e-5 * p.z());
+    EXPECT_TRUE(checkMesh(Closed(far).result).isManifold());
     // A ring of very small triangles along a wide hole.
     const Closed crowded(rings(40, {{1.0, 0}, {1.0 + 1e-9, 1e-9}, {1.0 + 1e-6, 1e-9}, {2.0, -0.5}}));
     EXPECT_EQ(crowded.broken, "");
