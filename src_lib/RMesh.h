@@ -132,6 +132,9 @@ public:
     double getAverageEdgeLength() const; // over alive edges; -1.0 if there is none
     double getCellSize() const { return dCellSize; }
 
+    // For a mesh made of given triangles: the mean edge length, say, is known once it has edges.
+    void setCellSize(double cellSize) { dCellSize = cellSize; }
+
     // The lattice of the run that made the mesh; null if none did. A vertex that a run has placed lies in a
     // cell of its own there, one that was moved or copied afterwards need not.
     const Calc* getCalc() const { return oCalc ? &*oCalc : nullptr; }

@@ -82,6 +82,12 @@ const std::vector<PhaseWeight>& closeHolesPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& meshFromTrianglesPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"RM_smVtx", 5}, {"RM_smT", 10}};
+    return vPhases;
+}
+
 std::vector<PhaseWeight> smoothingPhases(int numIterations)
 {
     std::vector<PhaseWeight> vPhases = {{"border", 1}, {"list", 2}};

@@ -10,6 +10,7 @@
 #include "messages.h"
 #include "progressTrees.h"
 #include "sampleScan.h"
+#include "soupMesh.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -87,6 +88,18 @@ void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAng
             vResult.push_back(*pPoint);
     }
     tree.finish();
+}
+
+std::shared_ptr<Mesh> meshFromTriangles(std::vector<Point3>& vCorners)
+{
+    ProgressTree tree("MeshFromTriangles", meshFromTrianglesPhases());
+    std::unique_ptr<RMesh> pRMesh = makeSoupMesh(vCorners);
+    if (pRMesh == nullptr)
+        return {};
+    const auto pMesh = std::make_shared<Mesh>(pRMesh.get());
+    pRMesh.release(); // not before there is another owner
+    tree.finish();
+    return pMesh;
 }
 
 void edgeFlips(std::shared_ptr<Mesh> pMesh)

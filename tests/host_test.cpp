@@ -123,6 +123,24 @@ TEST_F(Host, AHoleIsClosedColouredAndHeardOfWhenItIsSmallEnough)
     EXPECT_EQ(closeHoles(nullptr, 0), 0);
 }
 
+TEST_F(Host, TrianglesBecomeAMeshThatCanBeImproved)
+{
+    Listener listener;
+    subscribe(&listener);
+    std::vector<Point3> vCorners;
+    for (int i = 0; i < 8; ++i)
+        for (int j = 0; j < 8; ++j)
+            for (const int k : {0, 1, 3, 0, 3, 2})
+                vCorners.emplace_back(i + k / 2, j + k % 2, 0.0);
+    const auto pMesh = meshFromTriangles(vCorners);
+    ASSERT_NE(pMesh, nullptr);
+    EXPECT_EQ(listener.names, std::set<std::string>{"MeshFromTriangles"});
+    EXPECT_EQ(listener.last, 1.0);
+    EXPECT_EQ(pMesh->getNumT(), 128U);
+    EXPECT_EQ(pMesh->getCellSize(), pMesh->getAverageEdgeLength());
+    EXPECT_GT(reduce(pMesh, 100.0, 1.0), 100);
+}
+
 TEST_F(Host, SubscriberHearsTheRunToItsEnd)
 {
     Listener listener;
