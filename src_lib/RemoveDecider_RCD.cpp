@@ -3,6 +3,7 @@
 #include "Calc.h"
 #include "messages.h"
 #include "removalRules.h"
+#include "zanAssert.h"
 
 #include <algorithm>
 #include <array>
@@ -166,6 +167,22 @@ bool RemoveDecider_RCD::mayRemove(u64 rcd) const
         return false;
     const RemovalClass kind = classify(rcd);
     return !kind.bGap && !kind.bBorder;
+}
+
+bool RemoveDecider_RCD::getOppState(u64 rcd, int side, int maxCells, OppState& opp) const
+{
+    zanAssert(side >= 0 && side < 6);
+    for (int numCells = 1; numCells <= maxCells && exists(rcd); ++numCells) {
+        u64 array[6];
+        Calc::getNeigs6_RCD(rcd, array);
+        const u64 next = array[side ^ 1];
+        if (!exists(next)) {
+            opp = {rcd, side ^ 1, numCells};
+            return true;
+        }
+        rcd = next;
+    }
+    return false;
 }
 
 void RemoveDecider_RCD::remove(u64 rcd)

@@ -1,4 +1,5 @@
-// Subsystem: grid. Builds on: Calc, removalRules (numbering only), messages. Used by: tests, benchmarks.
+// Subsystem: grid. Builds on: Calc, removalRules (numbering only), messages. Used by: Component, tests,
+// benchmarks.
 // The removal rule by explicit search, cell by cell: slow, close to the wording of the rule, and independent
 // of the bit masks of removalRules, which it serves to check. Also writes the answers for all neighbourhoods.
 #pragma once
@@ -17,6 +18,13 @@ struct RemovalClass {
     bool bBorder;
 };
 
+// A face of a cell on the far side of a sheet, and how many cells lie between the two faces.
+struct OppState {
+    u64 rcd;
+    int side; // 0 to 5 for -x, +x, -y, +y, -z, +z
+    int numCells;
+};
+
 // A set of cells, held as a sorted list with a flag for each cell. A question costs 26 binary searches and
 // two walks. Used on one thread.
 class RemoveDecider_RCD
@@ -32,6 +40,11 @@ public:
 
     // True if the cell exists and is neither gap nor border.
     bool mayRemove(u64 rcd) const;
+
+    // Follows the straight row of cells from a face of a cell to the opposite face of the last one. False,
+    // with opp untouched, if the cell does not exist or the row has more than maxCells cells. O(log n) a
+    // cell.
+    bool getOppState(u64 rcd, int side, int maxCells, OppState& opp) const;
 
     // Removes the cell whatever the rule says; nothing happens if it is not there.
     void remove(u64 rcd);
