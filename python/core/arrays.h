@@ -1,0 +1,106 @@
+// Between numpy's arrays and the library's points. The arrays are read where they lie, whatever their strides.
+#pragma once
+
+#include <zan/Point3.h>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+// The numbers of an array of two dimensions. Made with the interpreter's lock, read without: the array must
+// outlive it. Elements may be unaligned.
+class TableView
+{
+public:
+    TableView() = default;
+
+    // Throws std::invalid_argument unless the array has numColumns columns and elements of numBytes bytes in
+    // the machine's own order.
+    TableView(const pybind11::array& array, pybind11::ssize_t numColumns);
+
+    std::size_t getNumRows() const { return numRows; }
+    pybind11::ssize_t getItemSize() const { return itemSize; }
+
+    template <class T>
+    T at(std::size_t row, std::size_t column) const
+    {
+        T value;
+        std::memcpy(&value,
+                    pData + static_cast<pybind11::ssize_t>(row) * rowStride +
+                        static_cast<pybind11::ssize_t>(column) * columnStride,
+                    sizeof(T));
+        return value;
+    }
+
+private:
+    const char* pData = nullptr;
+    std::size_t numRows = 0;
+    pybind11::ssize_t rowStride = 0;
+    pybind11::ssize_t columnStride = 0;
+    pybind11::ssize_t itemSize = 0;
+};
+
+// A cloud: (n, 3) of float32 or float64, and (n, 4) of uint8 if it has colours.
+class CloudView
+{
+public:
+    CloudView(const pybind11::array& xyz, const std::optional<pybind11::array>& rgba);
+
+    std::size_t size() const { return xyzTable.getNumRows(); }
+    TESK_ZAN::Point3 at(std::size_t i) const;
+    std::vector<TESK_ZAN::Point3> copy() const;
+
+private:
+    TableView xyzTable;
+    std::optional<TableView> rgbaTable;
+};
+
+// Indexed triangles: a cloud of vertices, and (m, 3) of int32 or int64.
+class SoupView
+{
+public:
+    SoupView(const pybind11::array& xyz, const std::optional<pybind11::array>& rgba,
+             const pybind11::array& triangles);
+
+    // Three corners a triangle. Throws std::invalid_argument for an index that is no vertex.
+    std::vector<TESK_ZAN::Point3> corners() const;
+
+private:
+    CloudView vertices;
+    TableView triangleTable;
+};
+
+// (n, 3) of float64, and (n, 4) of uint8, or None if no point has a colour. For getPoint, a function from
+// 0 <= i < num to a const Point3&. Called with the interpreter's lock.
+template <class GetPoint>
+pybind11::tuple pointArrays(std::size_t num, const GetPoint& getPoint)
+{
+    namespace py = pybind11;
+    const auto rows = static_cast<py::ssize_t>(num);
+    py::array_t<double> xyz({rows, py::ssize_t(3)});
+    bool bColor = false;
+    {
+        double* p = xyz.mutable_data();
+        const py::gil_scoped_release release;
+        for (std::size_t i = 0; i < num; ++i, p += 3) {
+            const TESK_ZAN::Point3& point = getPoint(i);
+            point.xyz(p[0], p[1], p[2]);
+            bColor = bColor || point.hasColor();
+        }
+    }
+    if (!bColor)
+        return py::make_tuple(xyz, py::none());
+
+    py::array_t<unsigned char> rgba({rows, py::ssize_t(4)});
+    {
+        unsigned char* p = rgba.mutable_data();
+        const py::gil_scoped_release release;
+        for (std::size_t i = 0; i < num; ++i, p += 4)
+            getPoint(i).getColor_255(p[0], p[1], p[2], p[3]);
+    }
+    return py::make_tuple(xyz, rgba);
+}
