@@ -10,8 +10,8 @@ namespace py = pybind11;
 namespace
 {
 
-// Often enough for the hand at the keyboard; seldom enough not to wait for the interpreter's lock all the time
-// while other threads hold it.
+// Often enough for the hand at the keyboard; seldom enough not to wait for the interpreter's lock all the
+// time while other threads hold it.
 constexpr std::chrono::milliseconds BETWEEN_LOOKS(50);
 
 thread_local bool bCallRuns = false;

@@ -1,4 +1,5 @@
-// Between numpy's arrays and the library's points. The arrays are read where they lie, whatever their strides.
+// Between numpy's arrays and the library's points. The arrays are read where they lie, whatever their
+// strides.
 #pragma once
 
 #include <zan/Point3.h>

@@ -141,7 +141,9 @@ void addMesh(py::module_& core)
         .def_property_readonly("generation", &MeshHandle::getGeneration)
         .def("arrays", &MeshHandle::arrays)
         .def("num_triangles",
-             [](MeshHandle& handle) { return handle.read([](const MeshPtr& pMesh) { return pMesh->getNumT(); }); })
+             [](MeshHandle& handle) {
+                 return handle.read([](const MeshPtr& pMesh) { return pMesh->getNumT(); });
+             })
         .def("cell_size",
              [](MeshHandle& handle) {
                  return handle.read([](const MeshPtr& pMesh) { return pMesh->getCellSize(); });
@@ -160,9 +162,8 @@ void addMesh(py::module_& core)
              })
         .def("reduce",
              [](MeshHandle& handle, double maxLength, double maxAngle, const py::object& progress) {
-                 return handle.change(progress, [&](const MeshPtr& pMesh) {
-                     return reduce(pMesh, maxLength, maxAngle);
-                 });
+                 return handle.change(
+                     progress, [&](const MeshPtr& pMesh) { return reduce(pMesh, maxLength, maxAngle); });
              })
         .def("smooth",
              [](MeshHandle& handle, int numIterations, const py::object& progress) {

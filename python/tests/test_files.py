@@ -13,7 +13,7 @@ COLORS = np.arange(2000, dtype=np.uint8).reshape(500, 4)
 
 @pytest.mark.parametrize(
     ("ending", "ascii", "exact"),
-    [(".xyz", False, True), (".txt", False, True), (".bin", False, True), (".ply", False, False), (".ply", True, False)],
+    [(".xyz", False, True), (".bin", False, True), (".ply", False, False), (".ply", True, False)],
 )
 def test_points_are_read_as_they_were_written(tmp_path, ending, ascii, exact):
     path = tmp_path / ("points \N{SNOWMAN}" + ending)

@@ -155,7 +155,8 @@ def test_a_hole_is_closed_if_it_is_not_too_large():
     assert len(mesh.border_edges()) == 0
 
 
-def test_flips_keep_the_vertices_and_reduction_a_part_of_them(mesh):
+def test_flips_keep_the_vertices_and_reduction_a_part_of_them(cloud):
+    mesh = zan.reconstruct(cloud.points, fill_size=2)  # between points of different colours nothing collapses
     vertices = shapes.rows(mesh.vertices)
     mesh.edge_flips()
     assert shapes.rows(mesh.vertices) == vertices
@@ -179,13 +180,13 @@ def roughness(vertices, triangles):
 
 
 def test_smoothing_makes_a_rough_sphere_smaller_and_smoother():
-    noise = 1.0 + 0.01 * np.sin(1000.0 * np.arange(3000))
-    mesh = zan.reconstruct(shapes.sphere() * noise[:, None], spacing_factor=1.5)
+    noise = 1.0 + 0.005 * np.sin(1000.0 * np.arange(10000))
+    mesh = zan.reconstruct(shapes.sphere(10000) * noise[:, None], spacing_factor=1.5)
     before = mesh.vertices, mesh.triangles
     mesh.smooth(5)
     after = mesh.vertices, mesh.triangles
     assert roughness(*after) < 0.5 * roughness(*before)
-    assert 0.8 * shapes.volume(*before) < shapes.volume(*after) < shapes.volume(*before)
+    assert 0.9 * shapes.volume(*before) < shapes.volume(*after) < shapes.volume(*before)
 
 
 def test_stretched_colours_use_the_whole_range(mesh):
