@@ -212,15 +212,17 @@ void HoleBridge::makeCMesh(const std::vector<REdge*>& vLoopRE)
         vLoopCE.push_back(oCMesh->getEdge(codeOf(pRE->getVtx0()), codeOf(pRE->getVtx1())));
 }
 
-void HoleBridge::bringBack(const std::vector<CTriangle*>& vCT)
+void HoleBridge::bringBack(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT)
 {
+    for (const CTriangle* pCT : vGoneT)
+        killInMesh(*pCT);
     const auto vtxOf = [&](u64 ccd) {
         const auto [ppVtx, bNew] = mCCD2Vtx.tryEmplace(ccd, nullptr);
         if (bNew)
             *ppVtx = pMesh->createVtxBeside(*oCMesh->getVtx(ccd));
         return *ppVtx;
     };
-    for (const CTriangle* pCT : vCT) {
+    for (const CTriangle* pCT : vNewT) {
         if (!pCT->isAlive())
             continue;
         Point3* p0 = vtxOf(pCT->getC0());
@@ -228,6 +230,23 @@ void HoleBridge::bringBack(const std::vector<CTriangle*>& vCT)
         Point3* p2 = vtxOf(pCT->getC2());
         pMesh->createT(p0, p1, p2);
     }
+}
+
+// One of a patch that another one has cut has never come to the mesh.
+void HoleBridge::killInMesh(const CTriangle& triangle)
+{
+    Point3* aVtx[3];
+    for (int ici = 0; ici < 3; ++ici) {
+        Point3* const* ppVtx = mCCD2Vtx.find(triangle.getCorner(ici));
+        if (ppVtx == nullptr)
+            return;
+        aVtx[ici] = *ppVtx;
+    }
+    std::vector<RTriangle*> vRT;
+    pMesh->getAdjacentT(aVtx[0], aVtx[1], vRT);
+    for (RTriangle* pRT : vRT)
+        if (pRT->has(aVtx[2]))
+            pRT->kill(pMesh);
 }
 
 } // namespace TESK_ZAN

@@ -51,8 +51,9 @@ public:
     // The edges of the loop, in its order.
     const std::vector<CEdge*>& getLoopCE() const { return vLoopCE; }
 
-    // Makes the alive ones of the triangles in the mesh, and vertices for the codes that are new.
-    void bringBack(const std::vector<CTriangle*>& vCT);
+    // Kills those triangles of the mesh that stand for what is gone, and makes the alive ones of the new
+    // triangles, with vertices for the codes that are new.
+    void bringBack(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT);
 
 private:
     struct Box;
@@ -64,6 +65,7 @@ private:
     bool assignCells();
     u64 findFreeCell(const Point3& point) const;
     void makeCMesh(const std::vector<REdge*>& vLoopRE);
+    void killInMesh(const CTriangle& triangle);
 
     RMesh* pMesh;                   // not owned
     std::vector<RTriangle*> vRowRT; // by number

@@ -2,6 +2,7 @@
 
 #include "CMesh.h"
 #include "Chain.h"
+#include "FoldCutter.h"
 #include "Hole.h"
 #include "HoleToCCD.h"
 #include "PatchStitcher.h"
@@ -23,9 +24,6 @@ constexpr int SMOOTH_ROUNDS = 5;
 // Gaps with more edges than this are grown into, and those in what grows there, so many times.
 constexpr std::size_t WIDE_GAP = 20;
 constexpr int MAX_DEPTH = 4;
-
-// Neighbours that turn further than this against each other are a fold.
-constexpr double FOLD_DEGREES = 150.0;
 
 } // namespace
 
@@ -89,10 +87,7 @@ bool HolePatcher::fillGap(const std::vector<CEdge*>& vGapCE, int depth)
 
 bool HolePatcher::keepIfSound()
 {
-    const std::vector<CTriangle*>& vT = pMesh->getT();
-    vNewT.clear();
-    std::copy_if(vT.begin() + std::ptrdiff_t(numTBefore), vT.end(), std::back_inserter(vNewT),
-                 [](const CTriangle* pCT) { return pCT->isAlive(); });
+    collectNewT();
     vInnerVCD.clear();
     for (const CTriangle* pCT : vNewT)
         for (int ici = 0; ici < 3; ++ici)
@@ -106,18 +101,29 @@ bool HolePatcher::keepIfSound()
         return false;
     }
     relax();
-    numFolds = countFolds();
-    if (4 * numFolds > 3 * vRimCE.size()) {
+    if (isFolded()) {
         takeBack();
         return false;
     }
+    cutFolds();
     return true;
+}
+
+void HolePatcher::collectNewT()
+{
+    const std::vector<CTriangle*>& vT = pMesh->getT();
+    vNewT.clear();
+    std::copy_if(vT.begin() + std::ptrdiff_t(numTBefore), vT.end(), std::back_inserter(vNewT),
+                 [](const CTriangle* pCT) { return pCT->isAlive(); });
 }
 
 void HolePatcher::takeBack()
 {
     killFrom(numTBefore);
+    for (const CTriangle* pCT : vGoneT)
+        pMesh->createT(pCT->getC0(), pCT->getC1(), pCT->getC2(), pCT->getVCD(), pCT->getCfg());
     numTBefore = pMesh->getT().size();
+    vGoneT.clear();
     vNewT.clear();
 }
 
@@ -170,25 +176,30 @@ void HolePatcher::relax()
     }
 }
 
-std::size_t HolePatcher::countFolds() const
+// Flat triangles are no patch either.
+bool HolePatcher::isFolded() const
 {
-    std::size_t num = 0;
-    for (const CTriangle* pCT : vNewT) {
-        bool bOK = false, bNeigOK = false;
-        Vector3 nnv, nnvNeig;
-        pCT->getNNV(pMesh, nnv, bOK);
-        if (!bOK)
-            return vRimCE.size(); // flat triangles are no patch either
-        for (int ici = 0; ici < 3; ++ici) {
-            const CTriangle* pNeigCT = pCT->getCEdge(ici)->getOtherT(pCT);
-            if (pNeigCT->getNumber() > pCT->getNumber())
-                continue; // its turn comes
-            pNeigCT->getNNV(pMesh, nnvNeig, bNeigOK);
-            if (bNeigOK && getAngleDegree(nnv, nnvNeig) > FOLD_DEGREES)
-                ++num;
-        }
-    }
-    return num;
+    return 4 * countFolds(*pMesh, vNewT) > 3 * vRimCE.size() ||
+           std::any_of(vNewT.begin(), vNewT.end(), [this](const CTriangle* pCT) {
+               bool bOK = false;
+               Vector3 nnv;
+               pCT->getNNV(pMesh, nnv, bOK);
+               return !bOK;
+           });
+}
+
+// Also those of the old triangles at the rim.
+void HolePatcher::cutFolds()
+{
+    std::vector<CTriangle*> vCT = vNewT;
+    for (const auto& [vcd, num] : mNumFans)
+        pMesh->getIncidentT(vcd, vCT);
+    FoldCutter cutter(pMesh);
+    cutter.run(vCT);
+    std::copy_if(cutter.getGoneT().begin(), cutter.getGoneT().end(), std::back_inserter(vGoneT),
+                 [this](const CTriangle* pCT) { return pCT->getNumber() < numTBefore; });
+    collectNewT();
+    numFolds = countFolds(*pMesh, vNewT);
 }
 
 // Groups of triangles at a vertex that hang together over regular edges.

@@ -18,8 +18,9 @@ class CTriangle;
 
 // Lives for one chain, which must be closed and a good hole. The mesh must be oriented and hold all triangles
 // at the chain's vertices. A success leaves each edge of the chain and of the new triangles with two
-// triangles that run alike, and the new ones are a disc. A failure leaves the triangles of the mesh as they
-// were. One success is all.
+// triangles that run alike, and the new ones are a disc. Where the surface turns back on itself at the rim or
+// in the patch, some triangles round the fold, old ones too, are exchanged for others. A failure leaves the
+// triangles of the mesh as they were, though some in new records. One success is all.
 class HolePatcher
 {
 public:
@@ -36,9 +37,11 @@ public:
     // What the success made, by creation.
     const std::vector<CTriangle*>& getNewT() const { return vNewT; }
 
-    // Its edges, the chain's included, where the surface turns back on itself. They are rarely avoidable
-    // where the surroundings are folded at the rim. A patch with more of them than three quarters of the
-    // chain's edges lies over its surroundings and is no success.
+    // What it took away of the mesh, by creation.
+    const std::vector<CTriangle*>& getGoneT() const { return vGoneT; }
+
+    // The folds that are left at the edges of the new triangles. A patch that has more of them at first than
+    // three quarters of the chain's edges lies over its surroundings and is no success.
     std::size_t getNumFolds() const { return numFolds; }
 
 private:
@@ -48,8 +51,10 @@ private:
     void takeBack();
     void killFrom(std::size_t numT);
     bool isDisc() const;
+    void collectNewT();
     void relax();
-    std::size_t countFolds() const;
+    bool isFolded() const;
+    void cutFolds();
     std::size_t countFansAt(u64 vcd) const;
 
     CMesh* pMesh;
@@ -58,6 +63,7 @@ private:
     std::map<u64, std::size_t> mNumFans; // of the rim's vertices, before the patch
     std::size_t numTBefore;
     std::vector<CTriangle*> vNewT;
+    std::vector<CTriangle*> vGoneT;
     std::vector<u64> vInnerVCD; // the patch's vertices within the rim
     std::size_t numFolds = 0;
 };

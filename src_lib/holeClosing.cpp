@@ -53,7 +53,7 @@ enum Method { ME_EARS, ME_VOLUME };
 // and several where its path touches itself.
 struct Attempt {
     std::unique_ptr<HoleBridge> pBridge;
-    std::vector<CTriangle*> vNewT;
+    std::vector<CTriangle*> vNewT, vGoneT;
     std::size_t numClosed = 0, numRims = 0, numLeftOpen = 0;
     std::size_t numFolds = 0;
 
@@ -88,6 +88,7 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, std::size_t m
         ++(bClosed ? attempt.numClosed : attempt.numLeftOpen);
         attempt.numFolds += patcher.getNumFolds();
         attempt.vNewT.insert(attempt.vNewT.end(), patcher.getNewT().begin(), patcher.getNewT().end());
+        attempt.vGoneT.insert(attempt.vGoneT.end(), patcher.getGoneT().begin(), patcher.getGoneT().end());
     }
     return attempt;
 }
@@ -103,7 +104,7 @@ Attempt closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE, std::size_t m
             attempt = std::move(second);
     }
     if (!attempt.vNewT.empty())
-        attempt.pBridge->bringBack(attempt.vNewT);
+        attempt.pBridge->bringBack(attempt.vNewT, attempt.vGoneT);
     return attempt;
 }
 

@@ -122,7 +122,8 @@ ZAN_EXPORT int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngl
 ZAN_EXPORT void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations);
 
 // Closes the holes of the surface. Their triangles run like those around, their new vertices continue the
-// surface and its colours; nothing else changes. The outer rim of an open surface is no hole and stays, as do
+// surface and its colours. Nothing else changes, but where the surface turns back on itself at a rim, some
+// triangles beside it are exchanged for others. The outer rim of an open surface is no hole and stays, as do
 // holes that nothing fits, which are counted in a warning. Returns how many were closed. An extension of
 // version 1.17.
 //   maxEdges  only holes with at most so many edges round them; 0 or less: of any size.

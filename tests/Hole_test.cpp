@@ -1,6 +1,7 @@
 #include "Hole.h"
 
 #include "Calc.h"
+#include "FoldCutter.h"
 #include "Hal.h"
 #include "HolePatcher.h"
 #include "HoleToCCD.h"
@@ -316,6 +317,35 @@ TEST(PolygonFiller, takesTheDiagonalThatBendsLessAndNoneThatIsThere)
         EXPECT_EQ(drawing.edge(4, 6) != nullptr, bTaken);
         EXPECT_EQ(countMisoriented(drawing.mesh), 0);
         EXPECT_FALSE(PolygonFiller(&drawing.mesh, vLoopCE).run()) << "no border any more";
+    }
+}
+
+TEST(FoldCutter, aVertexPulledOverItsNeighboursLosesItsTrianglesAndAFoldAtABorderStays)
+{
+    constexpr int N = 8;
+    const auto field = [](int pulled) { // a square of N x N vertices, one of them two columns too far
+        IndexedMesh mesh;
+        for (int i = 0; i < N * N; ++i)
+            mesh.vPoints.emplace_back(i % N + (i == pulled ? 2.4 : 0.0), i / N + (i == pulled ? 0.3 : 0.0),
+                                      0);
+        for (int i = 0; i < N * N - N; ++i)
+            if (i % N != N - 1)
+                mesh.vTriangles.insert(mesh.vTriangles.end(), {i, i + 1, i + N, i + 1, i + N + 1, i + N});
+        return mesh;
+    };
+    for (const bool bAtBorder : {false, true}) {
+        CodeMesh drawing(field(bAtBorder ? 3 * N : 3 * N + 3));
+        const size_t numFolds = countFolds(drawing.mesh, drawing.vCT), numBorder = numEdges(drawing.mesh, 1);
+        ASSERT_GT(numFolds, 0u);
+        FoldCutter cutter(&drawing.mesh);
+        cutter.run(drawing.vCT);
+        std::vector<CTriangle*> vLeftT;
+        drawing.mesh.getAliveT(vLeftT);
+        EXPECT_EQ(countFolds(drawing.mesh, vLeftT), bAtBorder ? numFolds : 0u);
+        EXPECT_EQ(cutter.getGoneT().empty(), bAtBorder);
+        EXPECT_EQ(numEdges(drawing.mesh, 1), numBorder);
+        EXPECT_EQ(numEdges(drawing.mesh, -1), 0u);
+        EXPECT_EQ(countMisoriented(drawing.mesh), 0);
     }
 }
 

@@ -15,9 +15,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <numbers>
+#include <set>
 
 using namespace TESK_ZAN;
 using namespace zan_test;
@@ -77,6 +80,45 @@ Shape sphereWithHoles(size_t n, const std::vector<std::pair<Point3, double>>& vH
                            [&](const auto& hole) { return (p - hole.first).length() < hole.second; });
     });
     return shape;
+}
+
+// Edges across which the surface turns by more than 150 degrees.
+size_t numFolds(const IndexedMesh& mesh)
+{
+    std::map<std::pair<size_t, size_t>, Vector3> mSide2NNV;
+    size_t num = 0;
+    for (size_t i = 0; i < mesh.vTriangles.size(); i += 3) {
+        const auto* v = mesh.vTriangles.data() + i;
+        const Vector3 nnv = normalize(crossProd(mesh.vPoints[size_t(v[1])] - mesh.vPoints[size_t(v[0])],
+                                                mesh.vPoints[size_t(v[2])] - mesh.vPoints[size_t(v[0])]));
+        for (int k = 0; k < 3; ++k) {
+            const size_t a = size_t(v[k]), b = size_t(v[(k + 1) % 3]);
+            const auto other = mSide2NNV.find({b, a});
+            num += other != mSide2NNV.end() && other->second * nnv < -std::sqrt(0.75) ? 1 : 0;
+            mSide2NNV[{a, b}] = nnv;
+        }
+    }
+    return num;
+}
+
+// Triangles of the one mesh that the other one does not have.
+size_t numMissing(const IndexedMesh& before, const IndexedMesh& after)
+{
+    const auto trianglesOf = [](const IndexedMesh& mesh) {
+        std::set<std::array<double, 9>> sTriangles;
+        for (size_t i = 0; i < mesh.vTriangles.size(); i += 3) {
+            std::array<double, 9> corners;
+            for (size_t k = 0; k < 3; ++k) {
+                const Point3& p = mesh.vPoints[size_t(mesh.vTriangles[i + k])];
+                corners[3 * k] = p.x(), corners[3 * k + 1] = p.y(), corners[3 * k + 2] = p.z();
+            }
+            sTriangles.insert(corners);
+        }
+        return sTriangles;
+    };
+    const auto sBefore = trianglesOf(before), sAfter = trianglesOf(after);
+    return size_t(std::count_if(sBefore.begin(), sBefore.end(),
+                                [&](const auto& corners) { return sAfter.count(corners) == 0; }));
 }
 
 IndexedMesh indexedOf(const Mesh& mesh)
@@ -200,8 +242,8 @@ TEST(CloseHoles, aScannedSphereIsClosedOnItsSurfaceForAnyThreadCount)
         EXPECT_EQ(report.euler, 2);
         EXPECT_GT(meshVolume(mesh), 4.1);
         EXPECT_LT(maxDistance(mesh, shape.distance), spacing);
-        EXPECT_TRUE(std::equal(before.vTriangles.begin(), before.vTriangles.end(), mesh.vTriangles.begin()))
-            << "what was there";
+        EXPECT_EQ(numFolds(mesh), 0u);
+        EXPECT_LT(numMissing(before, mesh), before.numT() / 200) << "a few at folds";
         std::string bytes;
         for (const Point3& p : mesh.vPoints)
             for (const double c : {p.x(), p.y(), p.z()})
