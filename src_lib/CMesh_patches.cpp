@@ -40,10 +40,13 @@ public:
         vRimCE.clear();
         grow(pSeed, pPatch, [&](CTriangle* pCT, CEdge* pCE) {
             CTriangle* pNeig = acrossRegular(pCE, pCT, psFences);
-            if (pNeig == nullptr)
+            if (pNeig == nullptr) {
                 vRimCE.push_back(pCE);
-            else
+            } else if (pNeig->getPatch() == nullptr) {
+                if (pNeig->needFlip(pCT)) // costs nothing while both are at hand: a walk of its own costs as
+                    pNeig->flipOrientation(); // much as this one
                 reach(pNeig, pPatch);
+            }
         });
         pPatch->setRim(vRimCE);
     }
@@ -209,6 +212,8 @@ void CMesh::joinPatches(const std::vector<CTriangle*>& vDeadT)
             }
             if (lessBySize(pLarger, pOther))
                 std::swap(pLarger, pOther);
+            if (vCT[0]->needFlip(vCT[1]))
+                pOther->flip();
             pLarger->takeIn(pOther);
             vJoined.push_back(pLarger);
         }

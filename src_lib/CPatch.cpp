@@ -154,6 +154,7 @@ void CPatch::addMember(CTriangle* pCT)
     bRimKnown = false;
     bBoundaryKnown = false;
     bJudged = false;
+    bRegular = false;
 }
 
 void CPatch::setMembers(const std::vector<CTriangle*>& vCT)
@@ -166,6 +167,7 @@ void CPatch::setRim(const std::vector<CEdge*>& vCE)
 {
     vRimCE = vCE;
     bRimKnown = true;
+    bRegular = true;
 }
 
 void CPatch::forgetMembers()
@@ -175,20 +177,22 @@ void CPatch::forgetMembers()
 
 // ---- measures --------------------------------------------------------------------------------------------
 
-// What holds most of the mesh is walked in the mesh's order, in which the vertices lie near each other.
-bool CPatch::isMostOfMesh() const
+// What holds most of the mesh is walked in the mesh's order, in which the vertices lie near each other: then
+// not all that is listed is a member.
+const std::vector<CTriangle*>& CPatch::walkOrder() const
 {
-    return vMemberCT.size() > pMesh->getT().size() / 2;
+    return vMemberCT.size() > pMesh->getT().size() / 2 ? pMesh->getT() : vMemberCT;
+}
+
+bool CPatch::isAliveMember(const CTriangle* pCT) const
+{
+    return pCT->isAlive() && pCT->getPatch() == this;
 }
 
 template <class F>
 double CPatch::sumOverAlive(F f) const
 {
-    if (!isMostOfMesh())
-        return sumMT(vMemberCT, [&](const CTriangle* pCT) { return pCT->isAlive() ? f(pCT) : 0.0; });
-    return sumMT(pMesh->getT(), [&](const CTriangle* pCT) {
-        return pCT->isAlive() && pCT->getPatch() == this ? f(pCT) : 0.0;
-    });
+    return sumMT(walkOrder(), [&](const CTriangle* pCT) { return isAliveMember(pCT) ? f(pCT) : 0.0; });
 }
 
 double CPatch::getArea() const
@@ -209,6 +213,29 @@ double CPatch::getVolume() const
         return (p0 - reference) * crossProd(vec01, vec02);
     });
     return sum / 6.0;
+}
+
+// Volume over half the area with vertices at the centres of their cells, in cells: takes no look-up of
+// points.
+double CPatch::getCoarseThickness() const
+{
+    const Calc* pCalc = pMesh->getCalc();
+    const auto centre = [pCalc](u64 ccd) {
+        u64 x = 0, y = 0, z = 0;
+        pCalc->ccdToXYZ(ccd, x, y, z);
+        return Point3(double(x), double(y), double(z));
+    };
+    const Point3 reference = centre(vMemberCT.front()->getC0());
+    const auto areaVector = [&](const CTriangle* pCT, const Point3& c0) {
+        return crossProd(centre(pCT->getC1()) - c0, centre(pCT->getC2()) - c0);
+    };
+    const double volume = sumOverAlive([&](const CTriangle* pCT) {
+        const Point3 c0 = centre(pCT->getC0());
+        return (c0 - reference) * areaVector(pCT, c0) / 6.0;
+    });
+    const double area = sumOverAlive(
+        [&](const CTriangle* pCT) { return areaVector(pCT, centre(pCT->getC0())).length() / 2.0; });
+    return volume / (area / 2.0);
 }
 
 // ---- changes ---------------------------------------------------------------------------------------------
@@ -245,6 +272,7 @@ void CPatch::takeIn(CPatch* pOther)
     vOuterBoundary.insert(vOuterBoundary.end(), pOther->vOuterBoundary.begin(), pOther->vOuterBoundary.end());
     bSettled = false;
     bJudged = false;
+    bRegular = bRegular && pOther->bRegular;
     bMayFold = bMayFold || pOther->bMayFold;
     label = std::min(label, pOther->label);
     pOther->vMemberCT.clear();
@@ -265,8 +293,8 @@ void CPatch::dropInnerBoundary()
 
 void CPatch::flip()
 {
-    for (CTriangle* pCT : vMemberCT)
-        if (pCT->isAlive())
+    for (CTriangle* pCT : walkOrder())
+        if (isAliveMember(pCT))
             pCT->flipOrientation();
 }
 
@@ -278,9 +306,11 @@ void CPatch::orient()
         ZAN_WARNING("reorientation failed");
 }
 
-// No edge has more than two members, and two run along it in opposite directions.
-bool CPatch::isConsistentAt(const CTriangle* pCT) const
+// Of the neighbours over regular edges, and of two members alone at another edge. Of more at one edge nobody
+// knows which are neighbours, so for a patch that hangs together without such edges they do not count.
+CPatch::Consistency CPatch::consistencyAt(const CTriangle* pCT) const
 {
+    Consistency consistency;
     for (int i = 0; i < 3; ++i) {
         const CEdge* pCE = pCT->getCEdge(i);
         const CTriangle* pNeig = nullptr;
@@ -291,28 +321,38 @@ bool CPatch::isConsistentAt(const CTriangle* pCT) const
             pNeig = pOther;
             ++numOthers;
         }
-        if (numOthers > 1 || (numOthers == 1 && pCT->needFlip(pNeig)))
-            return false;
+        if (numOthers > 1)
+            consistency.bFolds = consistency.bFolds && bRegular;
+        else if (numOthers == 1 && pCT->needFlip(pNeig))
+            (pCE->getDegree() == 2 ? consistency.bRegular : consistency.bFolds) = false;
     }
-    return true;
+    return consistency;
 }
 
-bool CPatch::isConsistent() const
+CPatch::Consistency CPatch::getConsistency() const
 {
-    std::atomic<bool> bConsistent{true};
-    const std::vector<CTriangle*>& vCT = isMostOfMesh() ? pMesh->getT() : vMemberCT;
+    std::atomic<bool> bRegularOK{true}, bFoldsOK{true};
+    const std::vector<CTriangle*>& vCT = walkOrder();
     forRangeMT(vCT.size(), [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && bConsistent; ++i)
-            if (vCT[i]->isAlive() && vCT[i]->getPatch() == this && !isConsistentAt(vCT[i]))
-                bConsistent = false;
+        for (std::size_t i = begin; i < end && bRegularOK; ++i) {
+            if (!isAliveMember(vCT[i]))
+                continue;
+            const Consistency consistency = consistencyAt(vCT[i]);
+            if (!consistency.bRegular)
+                bRegularOK = false;
+            if (!consistency.bFolds)
+                bFoldsOK = false;
+        }
     });
-    return bConsistent;
+    return {bRegularOK, bFoldsOK};
 }
 
+// Nothing is to be turned as a rule: the walk that made the patch has done it.
 bool CPatch::orientMembers()
 {
-    if (isConsistent()) // as the extraction leaves most; a walk would turn nothing
-        return true;
+    const Consistency consistency = getConsistency();
+    if (consistency.bRegular && (bRegular || consistency.bFolds))
+        return consistency.bFolds;
     for (CTriangle* pCT : vMemberCT)
         pCT->setVisited(false);
     OrientWalk walk(this);
@@ -329,8 +369,8 @@ void CPatch::orientPatch()
 {
     u64 highest = 0;
     bool bFound = false;
-    for (const CTriangle* pCT : vMemberCT) {
-        if (!pCT->isAlive())
+    for (const CTriangle* pCT : walkOrder()) {
+        if (!isAliveMember(pCT))
             continue;
         for (const u64 ccd : {pCT->getC0(), pCT->getC1(), pCT->getC2()}) {
             if (bFound && (ccd & CCD_Z) <= (highest & CCD_Z))
@@ -340,8 +380,8 @@ void CPatch::orientPatch()
         }
     }
     Vector3 sum;
-    for (const CTriangle* pCT : vMemberCT) {
-        if (!pCT->isAlive() || !pCT->has(highest))
+    for (const CTriangle* pCT : walkOrder()) {
+        if (!isAliveMember(pCT) || !pCT->has(highest))
             continue;
         Vector3 nnv;
         bool bOK = false;

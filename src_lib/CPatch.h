@@ -150,17 +150,26 @@ public:
 private:
     friend class CMesh;
 
-    bool isMostOfMesh() const;
+    struct Consistency {
+        bool bRegular = true; // over regular edges
+        bool bFolds = true;   // where two members meet at an edge of higher degree
+    };
+
+    const std::vector<CTriangle*>& walkOrder() const;
+    bool isAliveMember(const CTriangle* pCT) const;
     template <class F>
     double sumOverAlive(F f) const;
     void forgetMembers(); // for an owner that clears all patches at once
     int countMembersAt(const CEdge* pCE) const;
     void setBoundaryKey();
     void collectRim(std::vector<CEdge*>& vRim) const;
-    bool isConsistentAt(const CTriangle* pCT) const;
-    bool isConsistent() const;
+    Consistency consistencyAt(const CTriangle* pCT) const;
+    Consistency getConsistency() const;
     bool orientMembers();
     void orientPatch();
+    CEdge* foldAt(const CTriangle* pCT) const; // an edge where the members fold over; null if none
+    bool hasFold() const;
+    double getCoarseThickness() const;
     bool isFlatPocket() const;
 
     CMesh* pMesh;                       // not owned
@@ -174,8 +183,9 @@ private:
     int numInnerVtx = -1;
     bool bAlive = true;
     bool bSettled = true;
-    bool bJudged = false; // no flat pocket, as the members are
-    bool bMayFold = true; // false: no edge of degree above 2 has two members
+    bool bJudged = false;  // no flat pocket, as the members are
+    bool bRegular = false; // the members hang together over regular edges
+    bool bMayFold = true;  // false: no edge of degree above 2 has two members
     bool bRimKnown = false;
     bool bBoundaryKnown = false;
 };

@@ -18,6 +18,7 @@ constexpr std::size_t SMALL_SIZE = 20;   // triangles
 constexpr std::size_t MEDIUM_SIZE = 100; // triangles
 constexpr double MEDIUM_THICKNESS = 1.0; // cells
 constexpr double LARGE_THICKNESS = 0.4;  // cells
+constexpr double SURELY_THICK = 6.0;     // cells: points lie within a diagonal of the centres of their cells
 
 enum Side { POS = 0, NEG = 1 };
 
@@ -33,21 +34,6 @@ class PocketSides
 {
 public:
     PocketSides(CMesh* pMeshGiven, const CPatch* pPatchGiven) : pMesh(pMeshGiven), pPatch(pPatchGiven) {}
-
-    // Where the split can start; null if the patch has no fold.
-    CEdge* findFold() const
-    {
-        for (const CTriangle* pCT : pPatch->getMembers()) {
-            if (!pCT->isAlive())
-                continue;
-            for (int i = 0; i < 3; ++i) {
-                CEdge* pCE = pCT->getCEdge(i);
-                if (pCE->getDegree() > 2 && countMembers(pCE) == 2)
-                    return pCE;
-            }
-        }
-        return nullptr;
-    }
 
     void split(CEdge* pStartCE)
     {
@@ -75,14 +61,6 @@ private:
     static bool isLater(const HeapEntry& a, const HeapEntry& b)
     {
         return a.angle != b.angle ? a.angle > b.angle : a.index > b.index;
-    }
-
-    int countMembers(const CEdge* pCE) const
-    {
-        int num = 0;
-        for (const CTriangle* pCT : pCE->getCTs())
-            num += pCT->getPatch() == pPatch ? 1 : 0;
-        return num;
     }
 
     const Side* sideOf(const CTriangle* pCT) const { return mSideOfT.find(pCT->getNumber()); }
@@ -137,11 +115,28 @@ private:
 
 } // namespace
 
+CEdge* CPatch::foldAt(const CTriangle* pCT) const
+{
+    for (int i = 0; i < 3; ++i)
+        if (CEdge* pCE = pCT->getCEdge(i); pCE->getDegree() > 2 && countMembersAt(pCE) == 2)
+            return pCE;
+    return nullptr;
+}
+
+bool CPatch::hasFold() const
+{
+    const std::vector<CTriangle*>& vCT = walkOrder();
+    return std::any_of(vCT.begin(), vCT.end(),
+                       [this](const CTriangle* pCT) { return isAliveMember(pCT) && foldAt(pCT) != nullptr; });
+}
+
 // Without an area the thickness is no number, and only the size counts.
 bool CPatch::isFlatPocket() const
 {
     if (getSize() < SMALL_SIZE)
         return true;
+    if (getSize() >= MEDIUM_SIZE && getCoarseThickness() > SURELY_THICK)
+        return false;
     const double thickness = getVolume() / (getArea() / 2.0) / pMesh->getCalc()->getCellSize();
     return (getSize() < MEDIUM_SIZE && thickness < MEDIUM_THICKNESS) || thickness < LARGE_THICKNESS;
 }
@@ -152,8 +147,7 @@ bool CPatch::splitClosedPatchKill(bool bFlag)
 {
     if (bFlag || !bMayFold || bJudged)
         return false;
-    PocketSides sides(pMesh, this);
-    bMayFold = sides.findFold() != nullptr;
+    bMayFold = hasFold();
     if (!bMayFold)
         return false;
     orient();
@@ -161,8 +155,11 @@ bool CPatch::splitClosedPatchKill(bool bFlag)
     if (bJudged)
         return false;
     pMesh->settleMembers(this); // the split starts from the first fold of a new division
-    CEdge* pStartCE = sides.findFold();
-    sides.split(pStartCE);
+    const auto start = std::find_if(vMemberCT.begin(), vMemberCT.end(), [this](const CTriangle* pCT) {
+        return pCT->isAlive() && foldAt(pCT) != nullptr;
+    });
+    PocketSides sides(pMesh, this);
+    sides.split(foldAt(*start));
     const bool bPosIsSmaller = sides.getMembers(POS).size() < sides.getMembers(NEG).size();
     for (CTriangle* pCT : sides.getMembers(bPosIsSmaller ? POS : NEG))
         pCT->kill(pMesh);
