@@ -98,12 +98,16 @@ int Component::coloring_assignUpperLowerCI()
 }
 
 // The facet across the sheet, or null. The row of cells in between must cross the sheet, not run along it: it
-// is hardly longer than the sheet is thick, and at its ends the sheet looks opposite ways.
+// is hardly longer than the sheet is thick, and at its ends the sheet looks opposite ways. A lump that is about
+// as wide as it is thick has no far side.
 Facet* Component::findOpposite(const Facet& facet, const RemoveDecider_RCD& decider) const
 {
     constexpr float MAX_SLANT =
         1.75f; // a row on an axis through a slanted sheet: at most sqrt(3) thicknesses
     constexpr double MAX_COS = -0.5;
+    constexpr float MIN_FACETS = 24.0f; // of a plate that is 3.5 times as wide as thick, by the squared thickness
+    if (static_cast<float>(vVisibleFacets.size()) < MIN_FACETS * facet.rel * facet.rel)
+        return nullptr;
     OppState opp = {};
     if (!decider.getOppState(facet.rcd, facet.side, static_cast<int>(facet.rel * MAX_SLANT), opp))
         return nullptr;

@@ -200,14 +200,17 @@ void FieldInflation::icn_prioqInflate()
 
 void FieldInflation::spread(const Corner& corner)
 {
+    const float value = stepAway(corner.val);
+    if (std::fabs(value) > limit)
+        return;
     u64 aNeigRCC[6];
     Calc::getNeigs6_RCD(corner.rcc, aNeigRCC);
     for (std::size_t i = 0; i < 6; ++i) {
         const int index = corner.aNeigs[i];
         if (index != Corner::NO_NEIG)
-            offer(store.getCorner(static_cast<std::size_t>(index)), stepAway(corner.val));
+            offer(store.getCorner(static_cast<std::size_t>(index)), value);
         else if (isInBox(aNeigRCC[i]))
-            offer(store.createCorner(aNeigRCC[i]), stepAway(corner.val));
+            offer(store.createCorner(aNeigRCC[i]), value);
     }
 }
 
