@@ -96,6 +96,8 @@ private:
     // --- Component_coloring.cpp ---
     bool color();
     int coloring_assignUpperLowerCI();
+    int flood(const FacetPtrs& vSeeds, const RemoveDecider_RCD* pDecider, int nextIndex);
+    bool retreat(FacetPtrs& vSeeds, int numIndices);
     Facet* findOpposite(const Facet& facet, const RemoveDecider_RCD& decider) const;
     bool findMainGroups(int numIndices, int& evenMainIndex, int& oddMainIndex) const;
     void mergeIntoMainGroups(int numIndices, int evenMainIndex, int oddMainIndex);

@@ -6,7 +6,7 @@
 #include "SideVotes.h"
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <optional>
 #include <queue>
 
@@ -16,6 +16,7 @@ namespace TESK_ZAN
 namespace
 {
 
+constexpr int OPEN_INDEX = 0;        // waits for a flood
 constexpr int FIRST_INDEX = 2;       // of the patches, which come in pairs
 constexpr float TWIN_MIN_REL = 3.5f; // so thick that the far side is told at once
 constexpr float THIN_MAX_REL = 3.0f; // so thin that facets near each other speak for each other
@@ -58,30 +59,44 @@ bool Component::color()
 
 // Floods the facets of inner cells from the thickest places outward, each flood with an index of its own, and
 // goes on with the twin index on the far side where the sheet is thick. Gives the end of the indices.
+//
+// Now and then a cell of a slanted rim is no border cell, and a flood leaks through there to the other side.
+// It is then made anew without the outermost facets, until it does not.
 int Component::coloring_assignUpperLowerCI()
 {
+    constexpr int MAX_RETREATS = 4;
     FacetPtrs vSeeds;
     for (Facet& facet : vVisibleFacets)
         if (facet.state == FACET_STATE_AREA)
             vSeeds.push_back(&facet);
     std::stable_sort(vSeeds.begin(), vSeeds.end(),
                      [](const Facet* pA, const Facet* pB) { return pA->rel > pB->rel; });
-
     std::optional<RemoveDecider_RCD> decider;
     if (!vSeeds.empty() && vSeeds.front()->rel >= TWIN_MIN_REL)
         decider.emplace(vAllRCD);
 
+    const RemoveDecider_RCD* pDecider = decider ? &*decider : nullptr;
+    int nextIndex = flood(vSeeds, pDecider, FIRST_INDEX);
+    for (int i = 0; i < MAX_RETREATS && retreat(vSeeds, nextIndex); ++i)
+        nextIndex = flood(vSeeds, pDecider, nextIndex);
+    return nextIndex;
+}
+
+int Component::flood(const FacetPtrs& vSeeds, const RemoveDecider_RCD* pDecider, int nextIndex)
+{
     std::priority_queue<FloodEntry> queue;
     size_t number = 0;
     const auto reach = [&](Facet* pFacet, int index) {
-        if (pFacet == nullptr || pFacet->state != FACET_STATE_AREA || pFacet->componentIndex >= FIRST_INDEX)
+        if (pFacet == nullptr || pFacet->componentIndex != OPEN_INDEX)
             return;
         pFacet->componentIndex = index;
         queue.push({pFacet, index, number++, pFacet->rel});
     };
-    int nextIndex = FIRST_INDEX;
+    for (Facet* pSeed : vSeeds)
+        if (pSeed->componentIndex == Facet::NO_INDEX)
+            pSeed->componentIndex = OPEN_INDEX;
     for (Facet* pSeed : vSeeds) {
-        if (pSeed->componentIndex >= FIRST_INDEX)
+        if (pSeed->componentIndex != OPEN_INDEX)
             continue;
         reach(pSeed, nextIndex);
         while (!queue.empty()) {
@@ -90,22 +105,55 @@ int Component::coloring_assignUpperLowerCI()
             for (Facet* pNeig : entry.pFacet->aNeigs)
                 reach(pNeig, entry.index);
             if (entry.rel >= TWIN_MIN_REL)
-                reach(findOpposite(*entry.pFacet, *decider), twinOf(entry.index));
+                reach(findOpposite(*entry.pFacet, *pDecider), twinOf(entry.index));
         }
         nextIndex += 2;
     }
     return nextIndex;
 }
 
+// vSeeds becomes those facets of leaking pairs, in their order, that a new flood may take; the pairs lose
+// their indices. False if none leaks. A pair leaks where both sides of a sheet one cell thick have the same
+// index.
+bool Component::retreat(FacetPtrs& vSeeds, int numIndices)
+{
+    constexpr double MAX_COS = -0.7;
+    std::vector<char> vLeaks(static_cast<size_t>(numIndices) / 2, 0);
+    const auto leaks = [&vLeaks](const Facet& facet) {
+        return facet.componentIndex >= FIRST_INDEX &&
+               vLeaks[static_cast<size_t>(facet.componentIndex) / 2] != 0;
+    };
+    for (const Facet& facet : vVisibleFacets) {
+        if (facet.componentIndex < FIRST_INDEX || (facet.side & 1) != 0)
+            continue;
+        const Facet* pBack = pCells->findFacet(facet.rcd, facet.side ^ 1);
+        if (pBack != nullptr && pBack->componentIndex == facet.componentIndex &&
+            facet.nnv * pBack->nnv < MAX_COS)
+            vLeaks[static_cast<size_t>(facet.componentIndex) / 2] = 1;
+    }
+    FacetPtrs vLeaking, vNewSeeds;
+    std::copy_if(vSeeds.begin(), vSeeds.end(), std::back_inserter(vLeaking),
+                 [&leaks](const Facet* pFacet) { return leaks(*pFacet); });
+    const auto isClosed = [](const Facet* pFacet) { return pFacet->componentIndex < FIRST_INDEX; };
+    std::copy_if(vLeaking.begin(), vLeaking.end(), std::back_inserter(vNewSeeds), [&](const Facet* pFacet) {
+        return std::none_of(pFacet->aNeigs.begin(), pFacet->aNeigs.end(), isClosed);
+    });
+    for (Facet* pFacet : vLeaking)
+        pFacet->componentIndex = Facet::NO_INDEX;
+    vSeeds.swap(vNewSeeds);
+    return !vLeaking.empty();
+}
+
 // The facet across the sheet, or null. The row of cells in between must cross the sheet, not run along it: it
-// is hardly longer than the sheet is thick, and at its ends the sheet looks opposite ways. A lump that is about
-// as wide as it is thick has no far side.
+// is hardly longer than the sheet is thick, and at its ends the sheet looks opposite ways. A lump that is
+// about as wide as it is thick has no far side.
 Facet* Component::findOpposite(const Facet& facet, const RemoveDecider_RCD& decider) const
 {
     constexpr float MAX_SLANT =
         1.75f; // a row on an axis through a slanted sheet: at most sqrt(3) thicknesses
     constexpr double MAX_COS = -0.5;
-    constexpr float MIN_FACETS = 24.0f; // of a plate that is 3.5 times as wide as thick, by the squared thickness
+    constexpr float MIN_FACETS =
+        24.0f; // of a plate that is 3.5 times as wide as thick, by the squared thickness
     if (static_cast<float>(vVisibleFacets.size()) < MIN_FACETS * facet.rel * facet.rel)
         return nullptr;
     OppState opp = {};

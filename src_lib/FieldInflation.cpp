@@ -41,9 +41,9 @@ private:
 
     float filtered(const Grown& grown) const;
 
-    std::vector<float> vValues; // by index in the store
     std::vector<Grown> vGrown;
-    std::vector<float> vNext; // parallel to vGrown
+    std::vector<float> vValues; // by index in the store
+    std::vector<float> vNext;   // likewise; differs in the grown corners only
 };
 
 LowPass::LowPass(const CornerStore& store)
@@ -66,7 +66,7 @@ LowPass::LowPass(const CornerStore& store)
         }
         vGrown.push_back(grown);
     }
-    vNext.resize(vGrown.size());
+    vNext = vValues;
 }
 
 // A corner beside a strip keeps its sign, so that the field changes its sign between the strips and nowhere
@@ -91,21 +91,14 @@ void LowPass::run()
     std::vector<std::pair<std::size_t, std::size_t>> vRanges;
     getStartStop(vGrown.size(), vGrown.size() < MIN_PARALLEL ? 1 : 0, false, vRanges);
     for (int pass = 0; pass < NUM_LOWPASS; ++pass) {
-        const auto onDone = [] {};
         forBlocksMT(
             vRanges,
             [this](const std::pair<std::size_t, std::size_t>& range) {
                 for (std::size_t i = range.first; i < range.second; ++i)
-                    vNext[i] = filtered(vGrown[i]);
+                    vNext[vGrown[i].index] = filtered(vGrown[i]);
             },
-            onDone);
-        forBlocksMT(
-            vRanges,
-            [this](const std::pair<std::size_t, std::size_t>& range) {
-                for (std::size_t i = range.first; i < range.second; ++i)
-                    vValues[vGrown[i].index] = vNext[i];
-            },
-            onDone);
+            [] {});
+        vValues.swap(vNext);
     }
 }
 

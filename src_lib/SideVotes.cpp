@@ -37,8 +37,6 @@ SideVotes::SideVotes(const std::vector<const Facet*>& vFacets_, size_t numPairs,
     : vFacets(vFacets_), vVerdicts(numPairs, OPEN)
 {
     vVerdicts[mainPair] = SAME;
-    std::stable_sort(vFacets.begin(), vFacets.end(),
-                     [](const Facet* pA, const Facet* pB) { return pairOf(*pA) < pairOf(*pB); });
     std::vector<size_t> vSizes(numPairs, 0);
     for (const Facet* pFacet : vFacets)
         ++vSizes[pairOf(*pFacet)];

@@ -45,8 +45,8 @@ private:
     double voteOf(std::size_t pair) const;
     void join(std::size_t pair);
 
-    std::vector<const Facet*> vFacets; // of open pairs and those not yet given to a coarser level, by pair
-    std::vector<std::size_t> vOrder;   // open pairs, the largest first
+    const std::vector<const Facet*> vFacets;
+    std::vector<std::size_t> vOrder; // open pairs, the largest first
     std::vector<Verdict> vVerdicts;
     std::vector<Entry> vEntries;          // of one level, by pair, then block
     std::vector<std::size_t> vFirstEntry; // where the entries of a pair begin; one more at the end

@@ -373,3 +373,21 @@ TEST(RemoveDecider_RCD, the_list_of_answers_is_a_source_file_with_both_tables)
     EXPECT_NE(text.find(expected.str()), std::string::npos);
     EXPECT_FALSE(RemoveDecider_RCD::createList(folder.file("missing") + "/LUT.cpp", 1));
 }
+
+TEST(RemoveDecider_RCD, theOppositeFaceEndsTheRowOfCellsThatStand)
+{
+    RemoveDecider_RCD decider(box(3, 1, 4));
+    OppState opp = {};
+    ASSERT_TRUE(decider.getOppState(xyzToRCD(1000, 1000, 1003), 5, 4, opp)); // down from the top
+    EXPECT_EQ(opp.rcd, xyzToRCD(1000, 1000, 1000));
+    EXPECT_EQ(opp.side, 4);
+    EXPECT_EQ(opp.numCells, 4);
+    EXPECT_FALSE(decider.getOppState(xyzToRCD(1000, 1000, 1003), 5, 3, opp)); // longer than allowed
+    EXPECT_FALSE(decider.getOppState(xyzToRCD(999, 1000, 1000), 0, 9, opp));  // no cell
+    decider.remove(xyzToRCD(1001, 1000, 1002));
+    ASSERT_TRUE(decider.getOppState(xyzToRCD(1000, 1000, 1002), 0, 9, opp)); // along x, up to the gap
+    EXPECT_EQ(opp.rcd, xyzToRCD(1000, 1000, 1002));
+    EXPECT_EQ(opp.side, 1);
+    ASSERT_TRUE(decider.getOppState(xyzToRCD(1002, 1000, 1000), 1, 9, opp));
+    EXPECT_EQ(opp.rcd, xyzToRCD(1000, 1000, 1000));
+}
