@@ -1,5 +1,5 @@
 // Subsystem: real mesh. Builds on: RMesh, CMesh, Bundle, tinyply, numberText, messages. Used by: Mesh,
-// debugging. Finished meshes into PLY and ASCII STL. All writers report a file that can't be opened, a full
+// debugging. Finished meshes into PLY, STL and OBJ. All writers report a file that can't be opened, a full
 // disk and a failed close through the error report, and return false; a file that is cut short never counts
 // as written.
 #pragma once
@@ -27,6 +27,24 @@ bool writePly(RMesh* pRMesh, const std::string& name, bool bAscii);
 bool writePly(CMesh* pCMesh, const std::map<u64, Bundle*>& mCCDBundle, const std::string& name, bool bAscii);
 
 } // namespace PLY
+
+// The extensions: what Mesh and saveMesh offer beside the forms above.
+
+// As PLY::writePly, but without colour columns if no corner has a colour, with text that brings the numbers
+// back, and with doubles where floats would move a vertex by more than a thousandth of a cell. Vertices at
+// different places have different floats.
+bool writePlyFitting(const RMesh& mesh, const std::string& name, bool bAscii);
+
+// writeSTL with all digits.
+bool writeSTLExact(const RMesh& mesh, const std::string& name);
+
+// Floats, little-endian, normals as in the text form. Vertices at different places have different floats,
+// unless floats are far coarser than the mesh. False, after the error report, beyond 2^32 triangles.
+bool writeSTLBinary(const RMesh& mesh, const std::string& name);
+
+// Wavefront OBJ: vertices numbered by first use with 17 significant digits, colours from 0 to 1 behind them
+// if any corner has one (white for a vertex without), then the faces.
+bool writeObj(const RMesh& mesh, const std::string& name);
 
 // ASCII STL with 10 significant digits; a degenerate triangle has the normal 0 0 0.
 bool writeSTL(RMesh* pRMesh, const std::string& name);

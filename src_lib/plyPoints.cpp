@@ -2,12 +2,12 @@
 
 #include "AppendedPoints.h"
 #include "messages.h"
+#include "plyValues.h"
 #include "tinyply.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <exception>
 #include <fstream>
 #include <limits>
@@ -20,8 +20,10 @@ namespace TESK_ZAN
 namespace
 {
 
+using PLY::load;
 using PLY::PlyData;
 using PLY::Type;
+using PLY::withType;
 
 // What readPly asks of a file; null where the file has nothing of the kind.
 struct Requests {
@@ -83,40 +85,6 @@ bool allSupported(const Requests& requests)
     return isCoordinate(*requests.pVertices) && (!requests.pFaces || isIndexList(*requests.pFaces)) &&
            (!requests.pColors ||
             (isChannel(*requests.pColors) && (!requests.pAlpha || isChannel(*requests.pAlpha))));
-}
-
-template <class T>
-T load(const std::uint8_t* p, std::size_t i)
-{
-    T value;
-    std::memcpy(&value, p + i * sizeof(T), sizeof(T));
-    return value;
-}
-
-// Calls f with a value of the C++ type that t stands for.
-template <class F>
-void withType(Type t, F f)
-{
-    switch (t) {
-    case Type::INT8:
-        return f(std::int8_t());
-    case Type::UINT8:
-        return f(std::uint8_t());
-    case Type::INT16:
-        return f(std::int16_t());
-    case Type::UINT16:
-        return f(std::uint16_t());
-    case Type::INT32:
-        return f(std::int32_t());
-    case Type::UINT32:
-        return f(std::uint32_t());
-    case Type::FLOAT32:
-        return f(float());
-    case Type::FLOAT64:
-        return f(double());
-    default:
-        throw std::invalid_argument("invalid ply property");
-    }
 }
 
 template <class T>

@@ -101,14 +101,27 @@ bool readRows(BlockReader& reader, std::uint64_t num, bool bHasZ, std::vector<Po
     return true;
 }
 
-// Step 2 of the STL reader: the vertices up to "endloop". Returns how many there were.
-size_t readLoop(BlockReader& reader, std::vector<Point3>& vPoints)
+bool hasWord(std::string_view line, std::string_view word, std::string_view capitals)
 {
+    return line.find(word) != line.npos || line.find(capitals) != line.npos;
+}
+
+// What the two calls for text STL take.
+struct StlRules {
+    bool bCapitals = false;      // of the words within a loop
+    bool bTrianglesOnly = false; // loops without exactly three vertices give nothing
+};
+
+// Step 2 of the STL reader: the vertices up to "endloop". Returns how many there were.
+size_t readLoop(BlockReader& reader, const StlRules& rules, std::vector<Point3>& vPoints)
+{
+    const std::string_view endWord = rules.bCapitals ? "ENDLOOP" : "endloop";
+    const std::string_view vertexWord = rules.bCapitals ? "VERTEX" : "vertex";
     size_t numVertices = 0;
     std::string_view line;
     Point3 point;
-    while (reader.nextLine(line) && line.find("endloop") == line.npos) {
-        if (line.find("vertex") == line.npos)
+    while (reader.nextLine(line) && !hasWord(line, "endloop", endWord)) {
+        if (!hasWord(line, "vertex", vertexWord))
             continue;
         const char* p = line.data();
         const char* end = p + line.size();
@@ -119,7 +132,34 @@ size_t readLoop(BlockReader& reader, std::vector<Point3>& vPoints)
         vPoints.push_back(point);
         ++numVertices;
     }
+    if (rules.bTrianglesOnly && numVertices != 3)
+        vPoints.resize(vPoints.size() - numVertices);
     return numVertices;
+}
+
+bool readStl(const char* name, const StlRules& rules, std::vector<Point3>& vPoints)
+{
+    std::ifstream in(name, std::ios::binary);
+    if (!in) {
+        messageStream() << "readSTL(): " << name << " is unreadable\n";
+        return false;
+    }
+    AppendedPoints appended(vPoints);
+    BlockReader reader(in);
+    size_t numOddLoops = 0;
+    std::string_view line;
+    while (reader.nextLine(line))
+        if (hasWord(line, "outer loop", "OUTER LOOP"))
+            numOddLoops += readLoop(reader, rules, vPoints) == 3 ? 0 : 1;
+    if (reader.failed()) {
+        messageStream() << "readSTL(): " << name << " is unreadable\n";
+        return false;
+    }
+    if (numOddLoops > 0)
+        zanWarning("readSTL()", std::string(name) + ": " + std::to_string(numOddLoops) +
+                                    " facets without exactly three vertices");
+    appended.keep();
+    return true;
 }
 
 bool closeWritten(std::ofstream& out, const char* name)
@@ -205,27 +245,12 @@ bool readPoints_BIN(const char* name, std::vector<Point3>& vPoints)
 
 bool readSTL_ASCII(const char* name, std::vector<Point3>& vPoints)
 {
-    std::ifstream in(name, std::ios::binary);
-    if (!in) {
-        messageStream() << "readSTL(): " << name << " is unreadable\n";
-        return false;
-    }
-    AppendedPoints appended(vPoints);
-    BlockReader reader(in);
-    size_t numOddLoops = 0;
-    std::string_view line;
-    while (reader.nextLine(line))
-        if (line.find("outer loop") != line.npos || line.find("OUTER LOOP") != line.npos)
-            numOddLoops += readLoop(reader, vPoints) == 3 ? 0 : 1;
-    if (reader.failed()) {
-        messageStream() << "readSTL(): " << name << " is unreadable\n";
-        return false;
-    }
-    if (numOddLoops > 0)
-        zanWarning("readSTL()", std::string(name) + ": " + std::to_string(numOddLoops) +
-                                    " facets without exactly three vertices");
-    appended.keep();
-    return true;
+    return readStl(name, {}, vPoints);
+}
+
+bool readSTLTriangles(const char* name, std::vector<Point3>& vPoints)
+{
+    return readStl(name, {.bCapitals = true, .bTrianglesOnly = true}, vPoints);
 }
 
 bool writePoints_ASCII(const char* name, const std::vector<Point3>& vPoints)

@@ -248,8 +248,9 @@ void PlyFile::addProperties(const std::string& elementKey, const std::vector<std
     pImpl->addProperties(elementKey, vPropertyKeys, type, count, data, listType, listCount);
 }
 
-void PlyFile::write(std::ostream& out, bool isBinary)
+void PlyFile::write(std::ostream& out, bool isBinary, int textPrecision)
 {
+    pImpl->textPrecision = textPrecision;
     pImpl->isBinary = isBinary;
     pImpl->isBigEndian = false;
     pImpl->write(out);

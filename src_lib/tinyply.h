@@ -87,6 +87,13 @@ struct PlyData {
     std::size_t count = 0;  // rows
     Buffer buffer;
     bool isList = false; // true if any of the properties is a list
+
+    // Of a request of one list property without size hint: how long the lists are, in the order of the rows.
+    struct ListRun {
+        std::size_t numRows = 0;
+        std::size_t numValues = 0; // in each of them
+    };
+    std::vector<ListRun> vListRuns;
 };
 
 class PlyFile
@@ -118,8 +125,9 @@ public:
     void addProperties(const std::string& elementKey, const std::vector<std::string>& vPropertyKeys,
                        Type type, std::size_t count, const void* data, Type listType, std::size_t listCount);
 
-    // Header and rows. Text form: 6 significant digits. The caller tests the stream afterwards.
-    void write(std::ostream& out, bool isBinary);
+    // Header and rows. Text form: 6 significant digits unless told otherwise. The caller tests the stream
+    // afterwards.
+    void write(std::ostream& out, bool isBinary, int textPrecision = 6);
 
     const std::vector<PlyElement>& getElements() const;
     const std::vector<std::string>& getComments() const;

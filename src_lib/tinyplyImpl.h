@@ -30,6 +30,7 @@ struct PropertySource {
 struct PlyFile::PlyFileImpl {
     bool isBinary = false;
     bool isBigEndian = false;
+    int textPrecision = 6;             // significant digits
     std::vector<PlyElement> vElements; // in the order of the header
     std::vector<std::string> vComments;
     std::vector<std::string> vInfos;

@@ -176,6 +176,7 @@ private:
     bool layOutRow(const char* p, std::size_t numBytes);
     std::size_t countEqualRows(const char* p, std::size_t maxRows) const;
     void copyBatch(const char* p, std::size_t numRows);
+    void recordLists(const Group& group, std::size_t numRows) const;
 
     const PlyElement& element;
     const bool bSwapCounts;
@@ -321,7 +322,22 @@ void RowDecoder::copyBatch(const char* p, std::size_t numRows)
             copyRows(p + first, std::size_t(rowSize), dst, groupSize, numRows, std::size_t(end - first));
             dst += end - first; // columns that stand side by side on both sides are one copy
         }
+        recordLists(group, numRows);
     }
+}
+
+// Without a hint the values alone do not tell where a list ends.
+void RowDecoder::recordLists(const Group& group, std::size_t numRows) const
+{
+    const Column& column = vColumns[group.vColumns.front()];
+    if (group.vColumns.size() > 1 || column.countSize == 0 || column.listSizeHint > 0)
+        return;
+    std::vector<PlyData::ListRun>& vRuns = group.pData->vListRuns;
+    const auto numValues = static_cast<std::size_t>(column.numValues);
+    if (!vRuns.empty() && vRuns.back().numValues == numValues)
+        vRuns.back().numRows += numRows;
+    else
+        vRuns.push_back({numRows, numValues});
 }
 
 // ---- bodies ----

@@ -16,8 +16,6 @@ namespace TESK_ZAN::PLY
 namespace
 {
 
-constexpr int TEXT_PRECISION = 6;
-
 void writeHeader(const PlyFile::PlyFileImpl& file, BlockWriter& writer)
 {
     writer.text("ply\n");
@@ -146,40 +144,40 @@ void writeBinaryRows(const std::vector<Cell>& vCells, std::size_t numRows, Block
 // ---- text ----
 
 template <class T>
-char* printValue(char* p, const std::uint8_t* src)
+char* printValue(char* p, const std::uint8_t* src, [[maybe_unused]] int precision)
 {
     T value;
     std::memcpy(&value, src, sizeof(T));
     if constexpr (std::is_integral_v<T>)
         return std::to_chars(p, p + MAX_NUMBER_CHARS, value).ptr;
     else
-        return printNumber(p, double(value), TEXT_PRECISION);
+        return printNumber(p, double(value), precision);
 }
 
-char* printValue(char* p, Type type, const std::uint8_t* src)
+char* printValue(char* p, Type type, const std::uint8_t* src, int precision)
 {
     switch (type) {
     case Type::INT8:
-        return printValue<std::int8_t>(p, src);
+        return printValue<std::int8_t>(p, src, precision);
     case Type::UINT8:
-        return printValue<std::uint8_t>(p, src);
+        return printValue<std::uint8_t>(p, src, precision);
     case Type::INT16:
-        return printValue<std::int16_t>(p, src);
+        return printValue<std::int16_t>(p, src, precision);
     case Type::UINT16:
-        return printValue<std::uint16_t>(p, src);
+        return printValue<std::uint16_t>(p, src, precision);
     case Type::INT32:
-        return printValue<std::int32_t>(p, src);
+        return printValue<std::int32_t>(p, src, precision);
     case Type::UINT32:
-        return printValue<std::uint32_t>(p, src);
+        return printValue<std::uint32_t>(p, src, precision);
     case Type::FLOAT32:
-        return printValue<float>(p, src);
+        return printValue<float>(p, src, precision);
     default:
-        return printValue<double>(p, src);
+        return printValue<double>(p, src, precision);
     }
 }
 
 // Each value and each list count with a blank behind it, the last one of a row too.
-void writeTextRows(const std::vector<Cell>& vCells, std::size_t numRows, BlockWriter& writer)
+void writeTextRows(const std::vector<Cell>& vCells, std::size_t numRows, int precision, BlockWriter& writer)
 {
     std::size_t maxRow = 1;
     for (const Cell& cell : vCells)
@@ -193,7 +191,7 @@ void writeTextRows(const std::vector<Cell>& vCells, std::size_t numRows, BlockWr
             }
             const std::uint8_t* src = cell.data + i * cell.stride;
             for (std::size_t k = 0; k < cell.numValues; ++k) {
-                p = printValue(p, cell.pProperty->propertyType, src + k * cell.valueSize);
+                p = printValue(p, cell.pProperty->propertyType, src + k * cell.valueSize, precision);
                 *p++ = ' ';
             }
         }
@@ -216,7 +214,7 @@ void PlyFile::PlyFileImpl::write(std::ostream& out) const
         if (isBinary)
             writeBinaryRows(vCells, numRows, writer);
         else
-            writeTextRows(vCells, numRows, writer);
+            writeTextRows(vCells, numRows, textPrecision, writer);
     }
     writer.flush();
 }

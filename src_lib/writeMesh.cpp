@@ -2,6 +2,8 @@
 
 #include "Mesh.h"
 #include "fileTypes.h"
+#include "loadFiles.h"
+#include "meshWriters.h"
 #include "messages.h"
 
 #include <ostream>
@@ -48,6 +50,29 @@ bool writeMesh_auto(const std::string& name, std::shared_ptr<Mesh> pMesh, bool b
         return writeByType(name, *pMesh, bAscii);
     } catch (...) {
         ZAN_ERROR("writing " + name + " failed");
+        return false;
+    }
+}
+
+bool saveMesh(const std::string& name, std::shared_ptr<Mesh> pMesh, bool bAscii)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return false;
+    }
+    const RMesh& mesh = *pMesh->getRMesh();
+    if (isObjName(name))
+        return writeObj(mesh, name);
+    switch (getFileType(name)) {
+    case FT_PLY:
+        return writePlyFitting(mesh, name, bAscii);
+    case FT_STL:
+        return bAscii ? writeSTLExact(mesh, name) : writeSTLBinary(mesh, name);
+    case FT_LIST:
+        return pMesh->writeGeomview_ASCII(name);
+    default:
+        ZAN_ERROR("The ending of " + name +
+                  " names no kind of mesh file, expected .ply, .stl, .obj or .list");
         return false;
     }
 }

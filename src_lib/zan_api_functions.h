@@ -199,6 +199,28 @@ ZAN_EXPORT bool isRelease();
 // --- Extensions of version 1.17
 // -------------------------------------------------------------------------------
 
+// Files as they come from elsewhere, with all that a point can keep. These four have no surprises: bAscii
+// means text, an ending that names no form is an error and nothing is written, colours survive. Each returns
+// false, after a message, when it fails; readers append, and leave the vector as it was then.
+
+// .ply, .xyz/.txt/.asc, .bin. PLY: any numeric types; colours with or without alpha; a vertex whose colour
+// and alpha are 0 has none. Text: as readPoints_ASCII; a colorColumn from 4 on is the column where red
+// stands, with green and blue behind it, in 0..1, 0..255 or any larger range; lines without have no colour.
+ZAN_EXPORT bool loadPoints(const std::string& name, std::vector<Point3>& vPoints, int colorColumn);
+
+// Three corners a triangle, for meshFromTriangles, melt and toCloud. .stl of both kinds, .ply with the
+// colours of its vertices, .obj with those behind its coordinates; polygons become fans. True also if the
+// file holds no triangle.
+ZAN_EXPORT bool loadTriangles(const std::string& name, std::vector<Point3>& vCorners);
+
+// .ply (doubles where floats would lose anything, colours if there are any), .xyz/.txt/.asc (colours as three
+// columns behind the coordinates if there are any), .bin and .list as writePoints_auto.
+ZAN_EXPORT bool savePoints(const std::string& name, std::vector<Point3>& vPoints, bool bAscii);
+
+// .ply (doubles where floats would move a vertex by more than a thousandth of a cell, colours if there are
+// any), .stl (binary unless bAscii), .obj (with colours if there are any), .list.
+ZAN_EXPORT bool saveMesh(const std::string& name, std::shared_ptr<Mesh> pMesh, bool bAscii);
+
 // Sends all messages of the library to p; null silences it. p must outlive its use. In the whole process.
 ZAN_EXPORT void setMessageStream(std::ostream* p);
 

@@ -1,6 +1,7 @@
 #include "OutputFile.h"
 
 #include "CommandError.h"
+#include "cancelling.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -35,6 +36,8 @@ OutputFile::OutputFile(const std::string& wantedName)
 {
     if (fs::is_directory(target))
         failToWrite(name, EISDIR);
+    if (fs::exists(target) && !fs::is_regular_file(target))
+        throw CommandError(ExitCode::FileTrouble, "'" + name + "' is no ordinary file. Name one.");
     if (fs::exists(target) && access(target.c_str(), W_OK) != 0)
         failToWrite(name, errno);
 
@@ -45,10 +48,12 @@ OutputFile::OutputFile(const std::string& wantedName)
     if (file == nullptr)
         failToWrite(name, errno);
     std::fclose(file);
+    setFileToRemove(work);
 }
 
 OutputFile::~OutputFile()
 {
+    setFileToRemove("");
     if (!bCommitted)
         std::remove(work.c_str());
 }

@@ -10,4 +10,7 @@ class App;
 void addReconstruct(CLI::App& program);
 void addMelt(CLI::App& program);
 void addCloud(CLI::App& program);
+void addImprovements(CLI::App& program); // flip, reduce, smooth, holes
 void addInfo(CLI::App& program);
+void addConvert(CLI::App& program);
+void addHelp(CLI::App& program);

@@ -2,12 +2,13 @@
 // contrast.
 #pragma once
 
+#include "Length.h"
+
 #include <zan/Mesh.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace CLI
@@ -15,24 +16,29 @@ namespace CLI
 class App;
 }
 
-// Each empty or 0 where the step is not asked for.
-struct FinishingOptions {
-    bool any() const
-    {
-        return oMaxEdges || bAnneal || numSmooth > 0 || !vReduce.empty() || !vContrast.empty();
-    }
+class Job;
 
+// In degrees: what a surface sampled by a scanner turns by where it is flat.
+constexpr double DEFAULT_REDUCE_ANGLE = 5.0;
+
+// Each empty, false or 0 where the step is not asked for.
+struct FinishingOptions {
     std::optional<int> oMaxEdges; // of a hole that is closed, 0: any
+    bool bFlip = false;
     bool bAnneal = false;
-    int numSmooth = 0;             // rounds
-    std::vector<double> vReduce;   // the longest edge to collapse, the largest turn in degrees
-    std::vector<double> vContrast; // the parts to cut at the low and at the high end
+    int numSmooth = 0;                   // rounds
+    std::vector<std::string> vReduce;    // both of the next two in one option, as text
+    std::optional<Length> oReduceLength; // the longest edge to collapse; without, any
+    std::optional<double> oReduceAngle;  // the largest turn in degrees; without, the default
+    std::vector<double> vContrast;       // the parts to cut at the low and at the high end
 };
 
-// Defines the options. options must live as long as the command.
+// Defines the options of all steps but the flip. options must live as long as the command.
 void addFinishingOptions(CLI::App& command, FinishingOptions& options);
 
-// Takes the steps in a fixed order: close holes, anneal, smooth, reduce, contrast. Returns a label and a
-// value for each.
-using ReportLines = std::vector<std::pair<std::string, std::string>>;
-ReportLines finishMesh(const FinishingOptions& options, const std::shared_ptr<TESK_ZAN::Mesh>& pMesh);
+// The two limits of a reduction alone.
+void addReduceLimits(CLI::App& command, FinishingOptions& options);
+
+// Takes the steps in a fixed order: close holes, flip, anneal, smooth, reduce, contrast; each is a stage of
+// the job, with a line in the report if it has a figure.
+void finishMesh(const FinishingOptions& options, const std::shared_ptr<TESK_ZAN::Mesh>& pMesh, Job& job);

@@ -1,11 +1,9 @@
 // zan info: what is in a file, before anything is made of it.
-#include "CommandError.h"
-#include "ProgressBar.h"
+#include "Job.h"
 #include "commands.h"
-#include "inputFiles.h"
 #include "meshFigures.h"
-#include "report.h"
-#include "soupFiles.h"
+#include "namedFiles.h"
+#include "runOptions.h"
 
 #include <zan/zan_api_functions.h>
 
@@ -49,66 +47,93 @@ PointFigures figuresOfPoints(const std::vector<Point3>& vPoints)
     return figures;
 }
 
-void reportPoints(const std::vector<Point3>& vPoints)
+// what: the points are.
+void reportPoints(const std::string& what, const std::vector<Point3>& vPoints, Report& report)
 {
     const PointFigures figures = figuresOfPoints(vPoints);
-    reportLine("coloured", figures.numColoured);
+    report.add(what, vPoints.size());
+    report.add("coloured", figures.numColoured);
     if (figures.numNotFinite > 0)
-        reportLine("not finite", figures.numNotFinite);
+        report.add("not finite", figures.numNotFinite);
     if (figures.numNotFinite == vPoints.size())
         return;
-    const std::array<const char*, 3> labels{"x", "y", "z"};
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        reportLine(labels[axis], number(figures.min[axis], 9) + " to " + number(figures.max[axis], 9) +
-                                     ", extent " + number(figures.max[axis] - figures.min[axis], 6));
+    const std::array<std::string, 3> labels{"x", "y", "z"};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double low = figures.min[axis], high = figures.max[axis];
+        report.addText(labels[axis],
+                       number(low, 9) + " to " + number(high, 9) + ", extent " + number(high - low, 6));
+        report.addJson("min_" + labels[axis], low);
+        report.addJson("max_" + labels[axis], high);
+    }
 }
 
-void infoOfMesh(const std::vector<Point3>& vCorners)
+void reportTriangles(const std::vector<Point3>& vCorners, Report& report)
 {
     const MeshFigures figures = figuresOf(vCorners);
-    reportLine("triangles", figures.numTriangles);
-    reportLine("degenerate", figures.numDegenerate);
-    reportLine("places of vertices", figures.numVertices);
-    reportLine("edges", figures.numEdges);
-    reportLine("border edges", figures.numBorder);
-    reportLine("non-manifold edges", figures.numNonManifold);
-    reportLine("components", figures.numComponents);
+    report.add("triangles", figures.numTriangles);
+    report.add("degenerate", figures.numDegenerate);
+    report.add("places of vertices", figures.numVertices);
+    report.add("edges", figures.numEdges);
+    report.add("border edges", figures.numBorder);
+    report.add("non-manifold edges", figures.numNonManifold);
+    report.add("components", figures.numComponents);
 }
 
-void infoOfCloud(std::vector<Point3>& vPoints)
+void reportSpacing(std::vector<Point3>& vPoints, Report& report)
 {
-    const ProgressBar bar;
     const double spacing = estimateAvgSpacing(vPoints);
-    reportLine("estimated spacing", spacing > 0.0 ? number(spacing, 6) : "none");
+    if (spacing > 0.0)
+        report.add("estimated spacing", spacing, 6);
+    else
+        report.add("estimated spacing", "none", std::nan(""));
 }
 
-void run(const std::string& name)
+struct Options {
+    std::string in;
+    int colorColumn = 0; // none
+    RunOptions run;
+};
+
+void run(const Options& options)
 {
-    if (isSoupName(name) && getFileType(name) != FT_PLY) { // a PLY can hold either
-        const std::vector<Point3> vCorners = readSoup(name);
-        reportLine("kind", "triangles");
-        reportPoints(vCorners);
-        infoOfMesh(vCorners);
-        return;
+    Job job(options.run, "info", "");
+    Report& report = job.report();
+    report.addJson("input", options.in);
+    job.begin("reading");
+    if (holdsTriangles(options.in)) {
+        const std::vector<Point3> vCorners = readSoup(options.in);
+        report.add("kind", std::string("triangles"));
+        if (getFileType(options.in) == FT_PLY) // has vertices of its own, more than the triangles use maybe
+            reportPoints("vertices", readCloud(options.in), report);
+        else
+            reportPoints("corners", vCorners, report);
+        job.begin("looking");
+        reportTriangles(vCorners, report);
+    } else {
+        std::vector<Point3> vPoints = readCloud(options.in, options.colorColumn);
+        report.add("kind", std::string("point cloud"));
+        reportPoints("points", vPoints, report);
+        job.begin("looking");
+        reportSpacing(vPoints, report);
     }
-    std::vector<Point3> vPoints = readCloud(name);
-    const bool bMesh = getFileType(name) == FT_PLY && plyHasFaces(name);
-    reportLine("kind", bMesh ? "triangle mesh" : "point cloud");
-    reportLine(bMesh ? "vertices" : "points", vPoints.size());
-    reportPoints(vPoints);
-    if (bMesh)
-        infoOfMesh(readSoup(name));
-    else
-        infoOfCloud(vPoints);
+    job.finish();
 }
 
 } // namespace
 
 void addInfo(CLI::App& program)
 {
-    const auto pName = std::make_shared<std::string>();
+    const auto pOptions = std::make_shared<Options>();
     CLI::App* pCommand = program.add_subcommand("info", "Show what a point or mesh file holds");
-    pCommand->add_option("FILE", *pName, "Points: .ply, .xyz, .txt, .asc, .bin. Triangles: .ply, .stl, .obj")
+    pCommand
+        ->add_option("FILE", pOptions->in,
+                     "Points: .ply, .xyz, .txt, .asc, .bin. Triangles: .ply, .stl, .obj")
         ->required();
-    pCommand->callback([pName] { run(*pName); });
+    addColorColumn(*pCommand, pOptions->colorColumn);
+    addRunOptions(*pCommand, pOptions->run);
+    pCommand->footer("Examples:\n"
+                     "  zan info scan.ply          points, box, colours, spacing\n"
+                     "  zan info mesh.stl          triangles, border edges, components\n"
+                     "  zan info mesh.ply --json   the same for scripts");
+    pCommand->callback([pOptions] { run(*pOptions); });
 }

@@ -1,6 +1,7 @@
 // zan: the command line of the library. Parses, runs one subcommand, turns every failure into a text on the
 // error stream and an exit code.
 #include "CommandError.h"
+#include "HelpFormatter.h"
 #include "commands.h"
 #include "keepFreedMemory.h"
 
@@ -9,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <memory>
 #include <new>
 
 namespace
@@ -33,12 +35,19 @@ int run(int argc, char** argv)
     CLI::App program("Triangle meshes from point clouds and from triangles of any condition.", "zan");
     program.set_version_flag("--version", versionText());
     program.require_subcommand(1);
-    program.footer("Exit codes: 0 done, 1 nothing came out of the input, 2 usage, 3 trouble with a file,\n"
-                   "4 internal failure.");
+    program.footer("'zan help COMMAND' shows the options of a command, with examples. To begin with:\n"
+                   "  zan info scan.ply\n"
+                   "  zan reconstruct scan.ply mesh.ply\n"
+                   "Exit codes: 0 done, 1 nothing came out of the input, 2 usage, 3 trouble with a file,\n"
+                   "4 internal failure, 130 cancelled by Ctrl-C.");
+    program.formatter(std::make_shared<HelpFormatter>()); // the commands inherit it
     addReconstruct(program);
     addMelt(program);
     addCloud(program);
+    addImprovements(program);
     addInfo(program);
+    addConvert(program);
+    addHelp(program);
 
     try {
         program.parse(argc, argv); // runs the chosen subcommand

@@ -1,37 +1,31 @@
+// zan melt: triangles of any condition in, clean triangles out.
 #include "melt.h"
 
 #include "CommandError.h"
-#include "HeldMessages.h"
-#include "OutputFile.h"
-#include "ProgressBar.h"
-#include "Stopwatch.h"
+#include "Job.h"
 #include "commands.h"
-#include "meshOutput.h"
-#include "report.h"
-#include "soupFiles.h"
+#include "namedFiles.h"
 
 #include <zan/zan_api_functions.h>
 
 #include <CLI/CLI.hpp>
 
 #include <memory>
-#include <optional>
 
 using namespace TESK_ZAN;
 
 namespace
 {
 
-struct Seconds {
-    double reading = 0.0;
-    double melting = 0.0;
-    double finishing = 0.0;
-    double writing = 0.0;
-};
+constexpr const char* EXAMPLES =
+    "Examples:\n"
+    "  zan melt part.stl clean.ply                    cells of a hundredth of the box diagonal\n"
+    "  zan melt part.stl clean.stl --spacing 0.2      cells of 0.2 units: walls must be thicker\n"
+    "  zan melt art.obj clean.ply --feature-angle 360 keep no edge sharp but borders\n"
+    "  zan melt part.stl light.ply --reduce inf 2     few triangles where the part is flat";
 
 std::shared_ptr<Mesh> meltSoup(const MeltOptions& options, std::vector<Point3>& vCorners, double spacing)
 {
-    setGlobalNumCPU(options.run.numThreads);
     std::shared_ptr<Mesh> pMesh = melt(vCorners, spacing, options.soup.featureAngle);
     if (pMesh == nullptr || pMesh->getNumT() == 0)
         throw CommandError(
@@ -41,53 +35,22 @@ std::shared_ptr<Mesh> meltSoup(const MeltOptions& options, std::vector<Point3>& 
     return pMesh;
 }
 
-// finished: a line for each step after the melt.
-void report(const MeltOptions& options, std::size_t numTriangles, const Mesh& mesh,
-            const ReportLines& finished, const Seconds& seconds)
-{
-    reportSoup(options.soup, numTriangles, mesh.getCellSize());
-    for (const auto& [label, value] : finished)
-        reportLine(label, value);
-    reportLine("triangles", mesh.getNumT());
-    const double total = seconds.reading + seconds.melting + seconds.finishing + seconds.writing;
-    reportLine("time", secondsText(total) + " (reading " + secondsText(seconds.reading) + ", melting " +
-                           secondsText(seconds.melting) +
-                           (finished.empty() ? "" : ", finishing " + secondsText(seconds.finishing)) +
-                           ", writing " + secondsText(seconds.writing) + ")");
-    reportLine("peak memory", megabytesText(peakMemory()));
-    reportLine("written to", options.out);
-}
-
 } // namespace
 
 void runMelt(const MeltOptions& options)
 {
     checkHoldsMesh(options.out);
-    std::optional<HeldMessages> held;
-    if (options.run.bQuiet)
-        held.emplace();
-    OutputFile output(options.out);
-
-    Seconds seconds;
-    Stopwatch watch;
+    Job job(options.run, "melt", options.out);
+    job.begin("reading");
     std::vector<Point3> vCorners = readSoup(options.soup.in);
     const double spacing = spacingFor(options.soup, vCorners);
-    seconds.reading = watch.lap();
-    std::optional<ProgressBar> bar;
-    if (!options.run.bQuiet)
-        bar.emplace();
+    job.begin("melting");
     const std::shared_ptr<Mesh> pMesh = meltSoup(options, vCorners, spacing);
-    seconds.melting = watch.lap();
-    const ReportLines finished = finishMesh(options.finishing, pMesh);
-    seconds.finishing = watch.lap();
-    bar.reset();
-    writeMesh(pMesh, output, options.out, options.run.bAscii);
-    seconds.writing = watch.lap();
-
-    if (held)
-        held->drop();
-    else
-        report(options, vCorners.size() / 3, *pMesh, finished, seconds);
+    reportSoup(options.soup, vCorners.size() / 3, spacing, job.report());
+    finishMesh(options.finishing, pMesh, job);
+    job.report().add("triangles", pMesh->getNumT());
+    job.write(pMesh);
+    job.finish();
 }
 
 void addMelt(CLI::App& program)
@@ -96,8 +59,10 @@ void addMelt(CLI::App& program)
     CLI::App* pCommand =
         program.add_subcommand("melt", "Make a clean triangle mesh from triangles of any condition");
     addSoupOptions(*pCommand, pOptions->soup);
-    pCommand->add_option("OUT", pOptions->out, "Mesh: .ply, .stl or .list")->required();
+    pCommand->add_option("OUT", pOptions->out, "Mesh: .ply, .stl, .obj or .list")->required();
+    addOutputOptions(*pCommand, pOptions->run);
     addFinishingOptions(*pCommand, pOptions->finishing);
     addRunOptions(*pCommand, pOptions->run);
+    pCommand->footer(EXAMPLES);
     pCommand->callback([pOptions] { runMelt(*pOptions); });
 }

@@ -1,4 +1,4 @@
-// The options that all commands have which make a file.
+// The options that all commands have, and checks of option values.
 #pragma once
 
 #include <string>
@@ -6,18 +6,29 @@
 namespace CLI
 {
 class App;
-}
+class Option;
+} // namespace CLI
 
 struct RunOptions {
     int numThreads = 0; // all that the hardware has
     bool bAscii = false;
+    bool bOverwrite = false;
     bool bQuiet = false;
+    bool bVerbose = false;
+    bool bJson = false;
 };
 
-// Defines --threads, --ascii and --quiet. options must live as long as the command.
+// Defines --threads, --quiet, --verbose and --json. options must live as long as the command.
 void addRunOptions(CLI::App& command, RunOptions& options);
 
+// Defines --ascii and --overwrite, for commands that make a file with numbers in it.
+void addOutputOptions(CLI::App& command, RunOptions& options);
+
+// Defines --color-column of a text file with points.
+CLI::Option* addColorColumn(CLI::App& command, int& column);
+
 // Checks of option values: empty for a good one, else what is wrong. CLI11's own range checks let NaN
-// through.
+// through. Infinity is fine for a limit only.
 std::string isPositive(const std::string& text);
 std::string isNumber(const std::string& text);
+std::string isNotNegative(const std::string& text);

@@ -1,7 +1,7 @@
 #include "soupOptions.h"
 
 #include "CommandError.h"
-#include "report.h"
+#include "Report.h"
 #include "runOptions.h"
 
 #include <CLI/CLI.hpp>
@@ -26,11 +26,13 @@ void addSoupOptions(CLI::App& command, SoupOptions& options)
     command
         .add_option("--spacing", options.spacing,
                     "Cell size in units of the input; without, a hundredth of the box diagonal")
-        ->check(isPositive, "above 0");
+        ->type_name("S")
+        ->check(isPositive);
     command
         .add_option("--feature-angle", options.featureAngle,
                     "Edges where the surface turns by more degrees than this stay sharp; 360: only borders")
-        ->check(isNumber, "a number")
+        ->type_name("A")
+        ->check(isNumber)
         ->capture_default_str();
 }
 
@@ -57,9 +59,10 @@ double spacingFor(const SoupOptions& options, const std::vector<Point3>& vCorner
     return PROPOSED_SHARE * diagonal;
 }
 
-void reportSoup(const SoupOptions& options, std::size_t numTriangles, double spacing)
+void reportSoup(const SoupOptions& options, std::size_t numTriangles, double spacing, Report& report)
 {
-    reportLine("input triangles", numTriangles);
-    reportLine("cell size",
-               number(spacing, 6) + (options.spacing ? "" : " (a hundredth of the box diagonal)"));
+    report.addJson("input", options.in);
+    report.add("input triangles", numTriangles);
+    report.add("cell size",
+               number(spacing, 6) + (options.spacing ? "" : " (a hundredth of the box diagonal)"), spacing);
 }

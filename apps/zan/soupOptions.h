@@ -1,4 +1,4 @@
-// How a command takes a triangle file: its options, and the spacing where none is given.
+// How a command takes a triangle file that it samples anew: its options, and the spacing where none is given.
 #pragma once
 
 #include <zan/Point3.h>
@@ -12,6 +12,8 @@ namespace CLI
 {
 class App;
 }
+
+class Report;
 
 // In degrees; tessellated curves turn by less from facet to facet.
 constexpr double DEFAULT_FEATURE_ANGLE = 30.0;
@@ -30,4 +32,4 @@ void addSoupOptions(CLI::App& command, SoupOptions& options);
 double spacingFor(const SoupOptions& options, const std::vector<TESK_ZAN::Point3>& vCorners);
 
 // The lines of the report that tell of the input.
-void reportSoup(const SoupOptions& options, std::size_t numTriangles, double spacing);
+void reportSoup(const SoupOptions& options, std::size_t numTriangles, double spacing, Report& report);
