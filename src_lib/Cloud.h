@@ -63,6 +63,7 @@ public:
     const CellPairs& getBorders() const { return vBorders; }
     // Input points at the rims that are no bundle's: Prepare::getRimPoints.
     const std::vector<Point3>& getRimPoints() const { return vRimPoints; }
+    int getFillSize() const { return fillSize; }
     bool isMelt() const { return bMelt; }
     double getDetectedSpacing() const
     {

@@ -89,10 +89,14 @@ void CloudMgr::prepare(Cloud& cloud, double featureAngle, const Calc* pGivenCalc
         cloud.prepareScanPoints(pGivenCalc);
 }
 
+int CloudMgr::getFillSize() const
+{
+    return firstCloud().getFillSize();
+}
+
 const std::vector<Point3>& CloudMgr::getRimPoints() const
 {
-    zanAssert(!vClouds.empty());
-    return vClouds.front()->getRimPoints();
+    return firstCloud().getRimPoints();
 }
 
 void CloudMgr::getBundles(std::vector<Bundle*>& vBundles_srt, Calc*& pCalc, std::vector<u64>& vZeroCCD) const

@@ -47,6 +47,8 @@ public:
     // Cloud::getFeatures.
     void getFeatures(CellPairs& vFeatures) const;
     void getBorders(CellPairs& vBorders) const;
+    // The largest distance that holes were filled over, in cells.
+    int getFillSize() const;
     // The input points at the rims that are no bundle's, in input order. Extension of 1.17.
     const std::vector<Point3>& getRimPoints() const;
 

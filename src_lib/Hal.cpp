@@ -22,6 +22,7 @@
 #include "zan_api_functions.h"
 
 #include <algorithm>
+#include <numbers>
 
 namespace TESK_ZAN
 {
@@ -31,6 +32,7 @@ namespace
 
 constexpr int SMOOTH_ROUNDS = 5;
 constexpr size_t MAX_CRACK_EDGES = 12; // of a melt: the way around four cells
+constexpr double MAX_GAP_EDGES = 12.0; // of a reconstruction: what is larger is no fault of a few cells
 
 } // namespace
 
@@ -53,6 +55,7 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     edgeFlips(pMesh);
     edgeFlips(pMesh); // the edges that the first round has made
     makeManifold(*pMesh->getRMesh());
+    closeGaps(*pMesh->getRMesh());
     repairShapes(*pMesh->getRMesh());
     growRims(*pMesh->getRMesh(), pCldMgr->getRimPoints());
     orientOutward(*pMesh->getRMesh());
@@ -155,6 +158,15 @@ void Hal::makeManifold(RMesh& mesh)
     if (!report.isUntouched())
         ZAN_INFO(toText(report));
     closePinholes(mesh);
+}
+
+// The cells of gaps up to the fill size are there, but where sheets met around them a pass on codes can have
+// taken too much. Half a cell lies between such a gap and the vertices around it.
+void Hal::closeGaps(RMesh& mesh) const
+{
+    const double gap = std::max(0, pCldMgr->getFillSize());
+    const auto maxEdges = static_cast<size_t>(std::min(std::numbers::pi * (gap + 1.0), MAX_GAP_EDGES));
+    closeSmallHoles(mesh, maxEdges, [](const Point3&) { return false; });
 }
 
 // Unlike a scan, triangles tell where they end: a hole elsewhere comes of the cells. Where sheets meet at a

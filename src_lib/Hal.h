@@ -54,6 +54,7 @@ private:
     void extractSurface(void (Top::*runPasses)(Voro*));
     std::unique_ptr<RMesh> takeOverToRealMesh();
     static void makeManifold(RMesh& mesh);
+    void closeGaps(RMesh& mesh) const;
     void closeCracks(RMesh& mesh) const;
 
     CloudMgr* pCldMgr;     // not owned

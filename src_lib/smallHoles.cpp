@@ -16,7 +16,8 @@ namespace
 {
 
 constexpr size_t MAX_PIECE_PER_EDGE =
-    4; // triangles: a surface of so few for each edge of its rim has no hole
+    4;                              // triangles: a surface of so few for each edge of its rim has no hole
+constexpr double LEAST_SIDE = 1e-3; // cells
 constexpr double NO_FILL = std::numeric_limits<double>::infinity();
 
 using LoopVtx =
@@ -95,6 +96,15 @@ private:
         return j == i + 1 || (i == 0 && j + 1 == loop.size()) || !mesh.hasAliveEdge(loop[i], loop[j]);
     }
 
+    // Vertices at one position, as where the repair has parted sheets, give triangles that are none in a
+    // file.
+    bool isNeedle(size_t i, size_t k, size_t j) const
+    {
+        const double sqLeast = LEAST_SIDE * LEAST_SIDE * mesh.getCellSize() * mesh.getCellSize();
+        return sqDistance(*loop[i], *loop[k]) < sqLeast || sqDistance(*loop[k], *loop[j]) < sqLeast ||
+               sqDistance(*loop[j], *loop[i]) < sqLeast;
+    }
+
     void solve(size_t i, size_t j)
     {
         double& least = vArea[at(i, j)];
@@ -105,7 +115,7 @@ private:
             bool bHasArea = false;
             getNormalVector(loop[i], loop[k], loop[j], bHasArea);
             const double area = vArea[at(i, k)] + vArea[at(k, j)] + getArea(*loop[i], *loop[k], *loop[j]);
-            if (bHasArea && area < least) {
+            if (bHasArea && area < least && !isNeedle(i, k, j)) {
                 least = area;
                 vTip[at(i, j)] = k;
             }

@@ -69,6 +69,17 @@ TEST_F(ReconstructTest, closedSurfacesComeOutWholeOnInputPointsAndNowhereElse)
     }
 }
 
+// Where sheets meet in a thick layer and one goes, more than a single triangle can be missing.
+TEST_F(ReconstructTest, thickLayerComesOutAsOneClosedSheet)
+{
+    Shape shell = sphere(30000);
+    addNoise(shell, 0.7 * shell.spacing);
+    std::vector<Point3> vPoints = shell.vPoints;
+    const MeshReport report = checkMesh(toIndexed(*reconstruct_auto(vPoints, 1.0, 2)));
+    EXPECT_EQ(1u, report.numComponents) << toText(report);
+    EXPECT_TRUE(report.isClosedManifold() && report.isOriented()) << toText(report);
+}
+
 TEST_F(ReconstructTest, openSheetKeepsItsRimAndIsNotEaten)
 {
     const Shape plane = planeGrid(60, 60, 1.0);
