@@ -15,6 +15,7 @@
 #include "pinholes.h"
 #include "rimGrowth.h"
 #include "shapeRepair.h"
+#include "sheetBacks.h"
 #include "smallHoles.h"
 #include "sortMT.h"
 #include "stageTrace.h"
@@ -31,8 +32,8 @@ namespace
 {
 
 constexpr int SMOOTH_ROUNDS = 5;
-constexpr size_t MAX_CRACK_EDGES = 12; // of a melt: the way around four cells
-constexpr double MAX_GAP_EDGES = 12.0; // of a reconstruction: what is larger is no fault of a few cells
+constexpr size_t MAX_CRACK_EDGES = 150; // of a melt: the cost is cubic in this
+constexpr double MAX_GAP_EDGES = 12.0;  // of a reconstruction: what is larger is no fault of a few cells
 
 } // namespace
 
@@ -68,12 +69,18 @@ std::shared_ptr<Mesh> Hal::oneMelt()
         ZAN_WARNING("MELT: Nothing to do");
         return {};
     }
+    takeBorders();
     extractSurface(&Top::runMelt);
     std::unique_ptr<RMesh> pRMesh = takeOverToRealMesh();
     makeManifold(*pRMesh);
-    closeCracks(*pRMesh);
+    // Unlike a scan, triangles tell where they end: a border elsewhere comes of the cells. Where sheets meet
+    // at a sharp angle, or are less than a cell apart, the passes on codes can take too much, or leave one
+    // sheet.
+    const auto isMeant = [this](const Point3& p) { return isAtBorder(p); };
+    closeSmallHoles(*pRMesh, MAX_CRACK_EDGES, isMeant);
     repairShapes(*pRMesh);
     orientOutward(*pRMesh);
+    closeThinSheets(*pRMesh, isMeant);
     return std::make_shared<Mesh>(pRMesh.release());
 }
 
@@ -134,6 +141,7 @@ void Hal::extractSurface(void (Top::*runPasses)(Voro*))
     voro.fatExtractTriangles();
     pCMesh.reset(voro.getCMesh());
     Top top(pCMesh.get(), pCalc);
+    top.setInputBorders(vBorderCCD);
     (top.*runPasses)(&voro);
 }
 
@@ -169,19 +177,19 @@ void Hal::closeGaps(RMesh& mesh) const
     closeSmallHoles(mesh, maxEdges, [](const Point3&) { return false; });
 }
 
-// Unlike a scan, triangles tell where they end: a hole elsewhere comes of the cells. Where sheets meet at a
-// sharp angle, or are less than a cell apart, the passes on codes can take a triangle too many.
-void Hal::closeCracks(RMesh& mesh) const
+void Hal::takeBorders()
 {
     CellPairs vBorders;
     pCldMgr->getBorders(vBorders);
-    std::vector<u64> vBorderCCD;
+    vBorderCCD.reserve(2 * vBorders.size());
     for (const auto& [ccd0, ccd1] : vBorders)
         vBorderCCD.insert(vBorderCCD.end(), {ccd0, ccd1});
     sortMT(vBorderCCD.begin(), vBorderCCD.end());
-    closeSmallHoles(mesh, MAX_CRACK_EDGES, [&](const Point3& p) {
-        return std::binary_search(vBorderCCD.begin(), vBorderCCD.end(), pCalc->getCCD(&p));
-    });
+}
+
+bool Hal::isAtBorder(const Point3& p) const
+{
+    return std::binary_search(vBorderCCD.begin(), vBorderCCD.end(), pCalc->getCCD(&p));
 }
 
 } // namespace TESK_ZAN

@@ -55,7 +55,8 @@ private:
     std::unique_ptr<RMesh> takeOverToRealMesh();
     static void makeManifold(RMesh& mesh);
     void closeGaps(RMesh& mesh) const;
-    void closeCracks(RMesh& mesh) const;
+    void takeBorders();
+    bool isAtBorder(const Point3& p) const;
 
     CloudMgr* pCldMgr;     // not owned
     Calc* pCalc = nullptr; // the cloud's
@@ -63,6 +64,7 @@ private:
     std::vector<Bundle*> vBundles;     // the cloud's, ascending by code
     std::map<u64, Bundle*> mCCDBundle; // the same by code
     std::vector<u64> vZeroCCD;         // codes of cells that no point fell into
+    std::vector<u64> vBorderCCD;       // cells at borders of a soup, ascending
 };
 
 } // namespace TESK_ZAN

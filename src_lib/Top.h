@@ -57,10 +57,13 @@ public:
     void runInHole(Voro* pVoro);
 
     // The passes of a melt: squares, second extraction twice, rims, pairs of sheets, strips between sheets
-    // that cross (an extension of 1.17), vertices that the mesh added, flat triangles, and no two vertices at
-    // one position. Of the vertices on the input only those move that lie in a flat triangle or with another
-    // one. Same phases.
+    // that cross and the last word on pieces of sheets (extensions of 1.17), vertices that the mesh added,
+    // flat triangles, and no two vertices at one position. Of the vertices on the input only those move that
+    // lie in a flat triangle or with another one. Same phases.
     void runMelt(Voro* pVoro);
+
+    // For runMelt: the cells where the input ends, ascending. There a border is no fault.
+    void setInputBorders(const std::vector<u64>& vCCD_srt) { vInputBorderCCD = vCCD_srt; }
 
     // --- rims, fins and the second extraction: Top_borders.cpp ---
 
@@ -220,6 +223,7 @@ private:
 
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
+    std::vector<u64> vInputBorderCCD; // see setInputBorders
     std::vector<CTriangle*> vKilledT; // see updatePatches
     std::set<u64> sFeatureCCD;        // the vertices on feature chains
     std::unique_ptr<Rotx> pRotx;      // with its table, for enqueue

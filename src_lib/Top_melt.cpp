@@ -4,6 +4,7 @@
 #include "Calc.h"
 #include "Point3Hash.h"
 #include "Progress.h"
+#include "SheetChoice.h"
 #include "freeFunctions.h"
 #include "random.h"
 #include "sortMT.h"
@@ -117,9 +118,14 @@ void Top::runMelt(Voro* pVoro)
     cbsComplete(pVoro);
     cbsComplete(pVoro); // the cells of the first one can complete further cubes
     integrateBorders(MAX_TINY_T_MELT);
+    SheetChoice choice(pMesh);
     dividePatches();
     solvePatchPairs(true);
     killSurplus();
+    {
+        const StageTimer timer("TP_choice");
+        choice.settle(vInputBorderCCD);
+    }
     finishMelt();
 }
 

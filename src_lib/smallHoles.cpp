@@ -162,7 +162,9 @@ size_t closeSmallHoles(RMesh& mesh, size_t maxEdges, const std::function<bool(co
     size_t numClosed = 0;
     std::vector<Point3*> vCorners;
     HoleWalk(mesh).forEachLoop(maxEdges, [&](const LoopVtx& loop) {
-        if (std::any_of(loop.begin(), loop.end(), [&](const Point3* pVtx) { return isMeant(*pVtx); }))
+        const auto numMeant =
+            std::count_if(loop.begin(), loop.end(), [&](const Point3* pVtx) { return isMeant(*pVtx); });
+        if (2 * size_t(numMeant) >= loop.size())
             return;
         const LeastFill fill(mesh, loop);
         vCorners.clear();

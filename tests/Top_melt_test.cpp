@@ -2,6 +2,7 @@
 #include "Top.h"
 
 #include "CMesh.h"
+#include "SheetChoice.h"
 #include "Voro.h"
 #include "freeFunctions.h"
 #include "helpers/captured.h"
@@ -148,4 +149,29 @@ TEST(TopMelt, vertexOfTheInputStaysAndTheOneThatTheMeshMadeMoves)
     Top(&code.mesh, &code.cells.calc).separateVertices();
     EXPECT_TRUE(code.cells.vPoints[2] == place);
     EXPECT_FALSE(*code.mesh.getVtx(ccdMade) == place);
+}
+
+TEST(SheetChoice, whatOpenedAClosedSurfaceComesBackAndWhatEndsInItGoes)
+{
+    // Two tetrahedra on one face, which lies within the surface of both together; and a fin on one of their
+    // edges.
+    IndexedMesh pyramids{{{0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {1, 1, 4}, {1, 1, -4}, {6, 6, 0}},
+                         {0, 1, 3, 1, 2, 3, 2, 0, 3, 1, 0, 4, 2, 1, 4, 0, 2, 4, 0, 1, 2, 1, 2, 5}};
+    CodeMesh code(pyramids);
+    SheetChoice choice(&code.mesh);
+    code.vCT[1]->kill(&code.mesh);
+    code.vCT[6]->kill(&code.mesh);
+    std::vector<u64> vInputEnds; // where the surface is to end a border is none
+    for (const int i : {0, 1, 2, 3})
+        vInputEnds.push_back(code.at(i));
+    std::sort(vInputEnds.begin(), vInputEnds.end());
+    choice.settle(vInputEnds);
+    EXPECT_FALSE(code.edge(1, 3)->getDegree() == 2);
+    choice.settle({});
+    EXPECT_TRUE(code.mesh.checkDataStructures("settled"));
+    std::vector<CEdge*> vOddCE;
+    code.mesh.getDegN(-5, vOddCE);
+    EXPECT_TRUE(vOddCE.empty());
+    EXPECT_TRUE(code.edge(1, 2)->hasTriangle(code.at(1), code.at(2), code.at(3)));
+    EXPECT_FALSE(code.edge(2, 5)->getDegree() > 0);
 }

@@ -125,6 +125,19 @@ TEST_F(MeltTest, bodiesThatRunThroughEachOtherComeOutClosed)
     }
 }
 
+TEST_F(MeltTest, wallsThinnerThanACellComeOutClosed)
+{
+    // A plate; and a channel so near to the edge of a block that only a sheet is left between.
+    const Soup plate = box(Point3(0.3, 0.2, 0.1), Vector3(20, 20, 0.6), 10.0);
+    Soup channel = box(Point3(0, 0, 0), Vector3(20, 20, 20));
+    for (Soup hollow = box(Point3(0.8, 0.8, -5), Vector3(5, 5, 15)); const Point3& p : hollow)
+        channel.push_back(p);
+    for (const Soup& soup : {plate, channel}) {
+        const MeshReport report = checkMesh(melted(soup, 1.0));
+        EXPECT_TRUE(report.isClosedManifold() && report.isOriented()) << toText(report);
+    }
+}
+
 TEST_F(MeltTest, openSheetsKeepTheirBordersAndWalls)
 {
     Soup soup;
