@@ -24,33 +24,56 @@ bool takesPart(const Corner& corner)
     return corner.growState == GRS_ACCEPTED || corner.isBorder() || corner.state == ST_GROWN;
 }
 
-// One entry for each cell round each lattice edge on which the field changes its sign.
+// One entry for each cell round a lattice edge on which the field changes its sign.
+void addZeroOnEdge(const CornerStore& store, const Corner& src, const Corner& trg,
+                   std::vector<ZeroPoint>& vZeros)
+{
+    const double srcVal = src.val, trgVal = trg.val;
+    zanAssertText(srcVal != 0 && trgVal != 0, "srcVal!=0 && trgVal!=0");
+    if ((srcVal < 0) == (trgVal < 0))
+        return;
+    const double fraction = std::fabs(srcVal) / (std::fabs(srcVal) + std::fabs(trgVal));
+    const Point3 srcPoint = store.getPoint(src.rcc);
+    const Point3 zero = srcPoint + (store.getPoint(trg.rcc) - srcPoint) * fraction;
+    std::vector<u64> vRCD;
+    Calc::getCbsAroundEdge(src.rcc, trg.rcc, vRCD);
+    for (const u64 rcd : vRCD)
+        vZeros.push_back({rcd, zero});
+}
+
+// The field runs through the corners that hold a 0. So the cells round such a corner that have corners of
+// both signs are crossed there: where they touch at the corner alone, no edge would tell.
+void addZeroAtCorner(const CornerStore& store, const Corner& zeroCorner, std::vector<ZeroPoint>& vZeros)
+{
+    u64 aOffsets[8] = {0};
+    Calc::completeCellCorners8(aOffsets);
+    for (const u64 down : aOffsets) {
+        bool bLower = false, bUpper = false;
+        for (const u64 up : aOffsets) {
+            const Corner* pCorner = store.find(zeroCorner.rcc - down + up);
+            if (pCorner != nullptr && takesPart(*pCorner))
+                (pCorner->val < 0 ? bLower : bUpper) = true;
+        }
+        if (bLower && bUpper)
+            vZeros.push_back({zeroCorner.rcc - down, store.getPoint(zeroCorner.rcc)});
+    }
+}
+
 std::vector<ZeroPoint> collectZeroPoints(const CornerStore& store)
 {
     std::vector<ZeroPoint> vZeros;
-    std::vector<u64> vRCD;
+    std::vector<Corner*> vNeigs;
     for (size_t i = 0; i < store.size(); ++i) {
         const Corner& src = *store.getCorner(i);
+        store.getNeigs(&src, vNeigs);
+        std::erase_if(vNeigs, [](const Corner* pNeig) { return !takesPart(*pNeig); });
+        if (src.isNoEmitter() && !vNeigs.empty())
+            addZeroAtCorner(store, src, vZeros);
         if (!takesPart(src))
             continue;
-        for (const int neig : src.aNeigs) {
-            if (neig < static_cast<int>(i)) // none, or seen from there
-                continue;
-            const Corner& trg = *store.getCorner(static_cast<size_t>(neig));
-            if (!takesPart(trg))
-                continue;
-            const double srcVal = src.val, trgVal = trg.val;
-            zanAssertText(srcVal != 0 && trgVal != 0, "srcVal!=0 && trgVal!=0");
-            if ((srcVal < 0) == (trgVal < 0))
-                continue;
-            const double fraction = std::fabs(srcVal) / (std::fabs(srcVal) + std::fabs(trgVal));
-            const Point3 srcPoint = store.getPoint(src.rcc);
-            const Point3 zero = srcPoint + (store.getPoint(trg.rcc) - srcPoint) * fraction;
-            vRCD.clear();
-            Calc::getCbsAroundEdge(src.rcc, trg.rcc, vRCD);
-            for (const u64 rcd : vRCD)
-                vZeros.push_back({rcd, zero});
-        }
+        for (const Corner* pTrg : vNeigs)
+            if (src.rcc < pTrg->rcc)
+                addZeroOnEdge(store, src, *pTrg, vZeros);
     }
     return vZeros;
 }

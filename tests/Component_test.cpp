@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <utility>
@@ -451,6 +452,40 @@ TEST(Component, newCellsFillTheGapInThePlaneOfThePlates)
             std::sort(vCells.begin(), vCells.end());
             EXPECT_TRUE(plates.isClosed(vCells)) << normal.x() << ' ' << gap;
         }
+}
+
+TEST(Component, everyCellBetweenTheSignsIsNewOrWasThere)
+{
+    for (const Vector3& normal : {Vector3(0.3, 0.2, 1), Vector3(1, 1, 1), Vector3(0.5, -0.7, 1)}) {
+        const TwoPlates plates(normal, 2.5, 4);
+        const CornerStore& store = *plates.pMaster->getCornerStore();
+        struct Around {
+            int numCorners = 0;
+            bool bLower = false, bUpper = false;
+        };
+        std::map<u64, Around> mAround;
+        for (size_t i = 0; i < store.size(); ++i) {
+            const Corner& corner = *store.getCorner(i);
+            u64 aCells[8] = {corner.rcc - RCD_STEP_X - RCD_STEP_Y - RCD_STEP_Z};
+            Calc::completeCellCorners8(aCells);
+            for (const u64 rcd : aCells) {
+                Around& around = mAround[rcd];
+                ++around.numCorners;
+                around.bLower = around.bLower || corner.val < 0;
+                around.bUpper = around.bUpper || corner.val > 0;
+            }
+        }
+        std::vector<u64> vExpected, vFound;
+        const std::vector<u64>& vOld = plates.pMaster->getAllRCD();
+        for (const auto& [rcd, around] : mAround) // at the end of the field cells lack corners
+            if (around.numCorners == 8 && around.bLower && around.bUpper &&
+                !std::binary_search(vOld.begin(), vOld.end(), rcd))
+                vExpected.push_back(rcd);
+        for (const auto& entry : plates.vNew)
+            if (mAround[entry.first].numCorners == 8)
+                vFound.push_back(entry.first);
+        EXPECT_EQ(vFound, vExpected);
+    }
 }
 
 TEST(Component, resultsDoNotDependOnTheThreadCount)
