@@ -92,23 +92,37 @@ double spacingOf(const py::array& xyz, const py::object& progress)
 }
 
 // None if the file could not be read.
-py::object readCloud(std::string path)
+py::object readCloud(const std::string& path, int colorColumn)
 {
     std::vector<Point3> vPoints;
     bool bRead = false;
     {
         const py::gil_scoped_release release;
-        bRead = readPoints_auto(path, vPoints);
+        bRead = loadPoints(path, vPoints, colorColumn);
     }
     return bRead ? py::object(arraysOf(vPoints)) : py::none();
 }
 
-bool writeCloud(std::string path, const py::array& xyz, const Colors& rgba, bool bAscii)
+bool writeCloud(const std::string& path, const py::array& xyz, const Colors& rgba, bool bAscii)
 {
     const CloudView cloud(xyz, rgba);
     const py::gil_scoped_release release;
     std::vector<Point3> vPoints = cloud.copy();
-    return writePoints_auto(path, vPoints, bAscii);
+    return savePoints(path, vPoints, bAscii);
+}
+
+// None if the file could not be read, or holds no triangle.
+std::unique_ptr<MeshHandle> readMesh(const std::string& path, const py::object& progress)
+{
+    return handleOf(runCall(progress, [&]() -> MeshPtr {
+        std::vector<Point3> vCorners;
+        return loadTriangles(path, vCorners) ? meshFromTriangles(vCorners) : nullptr;
+    }));
+}
+
+bool writeMesh(MeshHandle& handle, const std::string& path, bool bAscii)
+{
+    return handle.read([&](const MeshPtr& pMesh) { return saveMesh(path, pMesh, bAscii); });
 }
 
 py::tuple sample()
@@ -127,12 +141,6 @@ py::tuple version()
     int minor = 0;
     getVersion(major, minor);
     return py::make_tuple(major, minor);
-}
-
-// For PLY the library's switch is reversed: true gives the binary form.
-bool writeMesh(MeshHandle& handle, const std::string& path, bool bAscii)
-{
-    return handle.read([&](const MeshPtr& pMesh) { return writeMesh_auto(path, pMesh, !bAscii); });
 }
 
 void addMesh(py::module_& core)
@@ -200,6 +208,7 @@ PYBIND11_MODULE(_core, core)
     core.def("estimate_spacing", &spacingOf);
     core.def("read_points", &readCloud);
     core.def("write_points", &writeCloud);
+    core.def("read_mesh", &readMesh);
     core.def("sample_scan", &sample);
     core.def("set_num_threads", &setGlobalNumCPU);
     core.def("end_threads", &destroySingletons, py::call_guard<py::gil_scoped_release>());

@@ -15,7 +15,7 @@ import os as _os
 from . import _core
 from ._arrays import PointCloud
 from ._calls import estimate_spacing, melt, reconstruct, sample_scan, set_num_threads, to_cloud
-from ._files import read_points, write_points
+from ._files import read_mesh, read_points, write_mesh, write_points
 from ._mesh import Mesh
 from ._messages import InternalError
 
@@ -27,11 +27,13 @@ __all__ = [
     "PointCloud",
     "estimate_spacing",
     "melt",
+    "read_mesh",
     "read_points",
     "reconstruct",
     "sample_scan",
     "set_num_threads",
     "to_cloud",
+    "write_mesh",
     "write_points",
 ]
 

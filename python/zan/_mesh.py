@@ -11,7 +11,6 @@ import numpy.typing as npt
 
 from . import _core
 from ._arrays import callable_or_none, color_table, index_table, real, real_table, whole
-from ._files import replace_file
 from ._messages import run, run_or_raise
 
 Progress = Optional[Callable[[float], object]]
@@ -145,15 +144,10 @@ class Mesh:
         run(self._handle.contrast_spread, real(low_fraction, "low_fraction"), real(high_fraction, "high_fraction"))
 
     def save(self, path: Union[str, "os.PathLike[str]"], ascii: bool = False) -> None:
-        """Write the mesh as .ply (binary, or text if `ascii`), .stl (text) or .list (a Geomview scene).
+        """Write the mesh to a file: as `write_mesh`."""
+        from ._files import write_mesh  # which needs this class
 
-        A file that was there is replaced only by a whole new one. PLY holds coordinates as float32.
-
-        Raises:
-            ValueError: another ending.
-            OSError: the file could not be written.
-        """
-        replace_file(path, (".ply", ".stl", ".list"), lambda name: run(self._handle.write, name, bool(ascii)))
+        write_mesh(path, self, ascii)
 
     def __len__(self) -> int:
         """The number of triangles."""
