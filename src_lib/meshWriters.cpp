@@ -241,7 +241,7 @@ void writeBinaryFacet(BlockWriter& writer, const IndexedMesh& mesh, const std::v
 
 void writeObjVertex(BlockWriter& writer, const Point3& p, bool bColors)
 {
-    constexpr int COORDINATE_PRECISION = 17, COLOR_PRECISION = 6;
+    constexpr int COORDINATE_PRECISION = 17, COLOR_PRECISION = 9; // of a float, so that bytes come back
     writer.text("v");
     for (const double value : {p.x(), p.y(), p.z()}) {
         writer.text(" ");
