@@ -30,7 +30,7 @@ constexpr double NEAR_CELLS = 0.1;      // a corner nearer to a triangle than th
 // A limit to the time: so many values are computed, for each corner about one in each step of growth and one
 // in each iteration of the filters behind it.
 constexpr u64 MAX_WORK = 6'000'000'000;
-constexpr u64 NUM_FILTERS = 400;
+constexpr u64 NUM_FILTERS = 250;
 
 constexpr float MIN_CELL_SIZE = 1e-30f, MAX_CELL_SIZE = 1e30f;
 constexpr double MIN_CELL_PART = 1e-12; // of the largest coordinate
@@ -132,7 +132,7 @@ void Hole::run(std::vector<std::pair<u64, Point3>>& /*vCCD2Zero*/)
     collectFirstRows();
     markSharpT();
     initArray();
-    inflate();
+    inflateAllSteps(); // settle would leave nothing of the last filter of inflate
     settle();
     getZeroCbs();
 }

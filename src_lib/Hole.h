@@ -54,7 +54,7 @@ public:
 
     // Makes the field and finds the cells of the patch (getZeroCells). The mesh stays as it is: call grow
     // or growSheet afterwards. vCCD2Zero is not used. A box that is too large is a warning, and there are no
-    // cells then. O((s + 500) v) for the v corners of the box and s steps of growth.
+    // cells then. O((s + 300) v) for the v corners of the box and s steps of growth.
     void run(std::vector<std::pair<u64, Point3>>& vCCD2Zero);
 
     // After run: makes the patch. Its cells get bundles, and all cubes with such a cell their triangles of
@@ -172,6 +172,7 @@ private:
     std::vector<Place> getPlaces(const std::vector<int>& vAddr) const;
 
     bool hasUsableCells() const;
+    void inflateAllSteps();
     bool isFirstRow(const CTriangle* pCT) const;
     bool isSharp(const CTriangle* pCT) const;
     void initializeFirstRow_T(const CTriangle* pCT);

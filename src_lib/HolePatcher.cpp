@@ -8,6 +8,7 @@
 #include "PatchStitcher.h"
 #include "PolygonFiller.h"
 #include "freeFunctions.h"
+#include "patchCrossings.h"
 
 #include <algorithm>
 #include <iterator>
@@ -106,6 +107,10 @@ bool HolePatcher::keepIfSound()
         return false;
     }
     cutFolds();
+    if (4 * countCrossed(*pMesh, vNewT) > vRimCE.size()) {
+        takeBack();
+        return false;
+    }
     return true;
 }
 

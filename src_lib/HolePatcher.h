@@ -1,4 +1,5 @@
-// Subsystem: holes. Builds on: Hole, HoleToCCD, PatchStitcher, PolygonFiller, CMesh. Used by: holeClosing.
+// Subsystem: holes. Builds on: Hole, HoleToCCD, PatchStitcher, PolygonFiller, FoldCutter,
+// patchCrossings, CMesh. Used by: holeClosing.
 // Closes a hole of a mesh on codes whole or not at all, by ears or by a volumetric patch.
 #pragma once
 
@@ -41,7 +42,9 @@ public:
     const std::vector<CTriangle*>& getGoneT() const { return vGoneT; }
 
     // The folds that are left at the edges of the new triangles. A patch that has more of them at first than
-    // three quarters of the chain's edges lies over its surroundings and is no success.
+    // three quarters of the chain's edges lies over its surroundings and is no success. Nor is one of whose
+    // triangles other parts of the mesh run through more than a quarter of the chain's edges: torn rims round
+    // thin walls lead to such.
     std::size_t getNumFolds() const { return numFolds; }
 
 private:

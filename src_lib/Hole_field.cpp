@@ -83,6 +83,12 @@ std::vector<Hole::Place> Hole::getPlaces(const std::vector<int>& vAddr) const
 
 void Hole::inflate()
 {
+    inflateAllSteps();
+    lowPassFor(vGrowAddr, NUM_FILTER_FINAL, true);
+}
+
+void Hole::inflateAllSteps()
+{
     const StageTimer stage("HO_inflate");
     std::vector<int> vCurAddr = vSeedAddr, vNextAddr;
     std::sort(vCurAddr.begin(), vCurAddr.end());
@@ -96,7 +102,6 @@ void Hole::inflate()
         lowPassFor(vGrowAddr, bFirm ? 2 : 1, true);
         vCurAddr.swap(vNextAddr);
     }
-    lowPassFor(vGrowAddr, NUM_FILTER_FINAL, true);
 }
 
 // All proposals come from values before the step.

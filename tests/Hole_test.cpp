@@ -17,6 +17,7 @@
 #include "helpers/smallMeshes.h"
 #include "helpers/tempDir.h"
 #include "holeRows.h"
+#include "patchCrossings.h"
 #include "zanAssert.h"
 
 #include <gtest/gtest.h>
@@ -385,6 +386,41 @@ TEST(HolePatcher, aHoleWhereNothingFitsLeavesTheMeshAsItWas)
     EXPECT_FALSE(patcher.closeByVolume());
     EXPECT_EQ(numAlive(drawing.mesh), 1u);
     EXPECT_EQ(numEdges(drawing.mesh, 1), 3u);
+}
+
+TEST(HolePatcher, aPatchThatRunsThroughOtherPartsOfTheMeshIsNone)
+{
+    for (const bool bWall : {false, true}) { // a strip round a square hole; a sheet that stands in it
+        CodeMesh drawing({{{0, 0, 3},
+                           {4, 0, 3},
+                           {4, 4, 3},
+                           {0, 4, 3},
+                           {1, 1, 3},
+                           {3, 1, 3},
+                           {3, 3, 3},
+                           {1, 3, 3},
+                           {2.4, 1.3, 0},
+                           {2.4, 1.3, 6},
+                           {1.6, 2.8, 0},
+                           {1.6, 2.8, 6}},
+                          {0, 1, 5, 0, 5, 4, 1, 2, 6, 1, 6, 5, 2, 3, 7, 2, 7, 6, 3, 0, 4, 3, 4, 7}});
+        std::vector<CTriangle*> vWallT;
+        if (bWall)
+            vWallT = {drawing.add(8, 9, 10), drawing.add(10, 9, 11)};
+        EdgeMap mmVCD2CE =
+            getEdgeMap({drawing.edge(4, 5), drawing.edge(5, 6), drawing.edge(6, 7), drawing.edge(7, 4)});
+        Chain chain(&drawing.mesh, mmVCD2CE);
+        HolePatcher patcher(&drawing.mesh, &chain);
+        EXPECT_EQ(patcher.closeByEars(), !bWall);
+        EXPECT_EQ(numAlive(drawing.mesh), 10u);
+        EXPECT_EQ(countCrossed(drawing.mesh, vWallT), 0u);
+        if (bWall) {
+            drawing.add(4, 5, 7);
+            drawing.add(5, 6, 7);
+            EXPECT_EQ(countCrossed(drawing.mesh, vWallT), 2u);
+            EXPECT_EQ(countCrossed(drawing.mesh, {drawing.vCT[0]}), 0u) << "a neighbour";
+        }
+    }
 }
 
 TEST(HoleToCCD, closesHolesLikeTheirNeighboursAndLeavesOuterRims)
