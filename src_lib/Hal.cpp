@@ -9,6 +9,7 @@
 #include "RTop.h"
 #include "Top.h"
 #include "Voro.h"
+#include "gapBridging.h"
 #include "manifoldRepair.h"
 #include "messages.h"
 #include "orientOutward.h"
@@ -96,6 +97,30 @@ void Hal::toCloud(std::vector<Point3*>& vOut)
         vOut.push_back(pBundle->pVtx);
     pProgress->tick();
     pProgress->finish(true);
+}
+
+void Hal::fillGaps(int growSteps, std::vector<Point3>& vOut)
+{
+    zanAssertText(growSteps > 0, "numGrowSteps>0");
+    std::vector<Point3*> vPoints;
+    toCloud(vPoints);
+    if (vPoints.empty())
+        return;
+    CellPoints vCells, vBridges;
+    transformMT(vBundles, vCells, [](const Bundle* pBundle) {
+        return std::make_pair(Calc::ccdToRCD(pBundle->ccd), *pBundle->pVtx);
+    });
+    sortMT(vCells.begin(), vCells.end());
+    takeBorders();
+    bridgeGaps(growSteps, vCells, vBorderCCD, pCalc, vBridges);
+
+    std::sort(vBridges.begin(), vBridges.end(),
+              [](const auto& a, const auto& b) { return Calc::rcdToCCD(a.first) < Calc::rcdToCCD(b.first); });
+    vOut.reserve(vOut.size() + vPoints.size() + vBridges.size());
+    for (const Point3* pPoint : vPoints)
+        vOut.push_back(*pPoint);
+    for (const auto& [rcd, point] : vBridges)
+        vOut.push_back(point);
 }
 
 CMesh* Hal::reconstructInHole()

@@ -1,4 +1,4 @@
-// Subsystem: run. Builds on: CloudMgr, Voro, CMesh, RMesh, Mesh. Used by: zan_api_functions.
+// Subsystem: run. Builds on: CloudMgr, Voro, CMesh, RMesh, Mesh, gapBridging. Used by: zan_api_functions.
 // The driver of one run: takes the bundles of the input side and carries them through the stages to a Mesh.
 #pragma once
 
@@ -40,6 +40,10 @@ public:
     // Appends the points of the cloud in the order of their cells; none, after a warning, when the input came
     // to nothing. They belong to the cloud.
     void toCloud(std::vector<Point3*>& vOut);
+
+    // As toCloud, but copies, and behind them in the order of their cells the points that bridge gaps between
+    // sheets, see bridgeGaps. Extension of 1.17.
+    void fillGaps(int growSteps, std::vector<Point3>& vOut);
 
     // The stages on codes alone, as for the points round a hole: the mesh belongs to this, and getCMesh gives
     // it too. Null, after an error message, when the input came to no bundle.

@@ -44,6 +44,17 @@ const std::vector<PhaseWeight>& toCloudPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& fillGapsPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = [] {
+        std::vector<PhaseWeight> v = toCloudPhases();
+        v.push_back({"FI_comps", 300});
+        v.push_back({"FI_masters", 300});
+        return v;
+    }();
+    return vPhases;
+}
+
 const std::vector<PhaseWeight>& densityPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {{"CL_eres", 3}, {"SM_run", 3}, {"CL_creb", 3}};

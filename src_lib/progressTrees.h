@@ -17,6 +17,7 @@ struct PhaseWeight {
 const std::vector<PhaseWeight>& reconstructPhases();
 const std::vector<PhaseWeight>& meltPhases();
 const std::vector<PhaseWeight>& toCloudPhases();
+const std::vector<PhaseWeight>& fillGapsPhases();
 const std::vector<PhaseWeight>& densityPhases();
 const std::vector<PhaseWeight>& edgeFlipsPhases();
 const std::vector<PhaseWeight>& edgeFlipsSimAPhases();

@@ -259,4 +259,17 @@ void sampleScan(std::vector<Point3>& vPoints)
     makeSampleScan(vPoints);
 }
 
+void fillGaps(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle, int growSteps,
+              std::vector<Point3>& vResult)
+{
+    ProgressTree tree("FillGaps", fillGapsPhases());
+    {
+        CloudMgr cldMgr; // before the Hal; the points are its cloud's
+        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
+                                    NO_FILL);
+        Hal(&cldMgr).fillGaps(growSteps, vResult);
+    }
+    tree.finish();
+}
+
 } // namespace TESK_ZAN

@@ -192,6 +192,24 @@ TEST_F(Host, RunsBeforeAndAfterTheWorkersWereShutDown)
     EXPECT_NE(reconstruct_auto(vSphere, 1.0, 2), nullptr);
 }
 
+TEST_F(Host, FillGapsAddsPointsBehindThoseOfTheCloud)
+{
+    Listener listener;
+    std::vector<Point3> vSoup;
+    for (const double x : {0.0, 25.0}) // two rectangles, 5 apart
+        for (const auto& [u, v] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}})
+            vSoup.emplace_back(x + 20 * u, 0.3 * x + 6 * u, 20 * v);
+    std::vector<Point3> vCloud, vResult;
+    toCloud(vSoup, 1.0, 30.0, vCloud);
+    subscribe(&listener);
+    fillGaps(vSoup, 1.0, 30.0, 6, vResult);
+    EXPECT_GT(vResult.size(), vCloud.size() + 60);
+    EXPECT_TRUE(std::equal(vCloud.begin(), vCloud.end(), vResult.begin()));
+    EXPECT_EQ(listener.names, std::set<std::string>{"FillGaps"});
+    EXPECT_EQ(listener.last, 1.0);
+    EXPECT_THROW(fillGaps(vSoup, 1.0, 30.0, 0, vResult), ZanBugException);
+}
+
 TEST_F(Host, CloudOfASoupComesBehindWhatIsThereAndKeepsTheCorners)
 {
     Listener listener;

@@ -43,6 +43,13 @@ struct Box3 {
         return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
     }
 
+    // p itself if it is in the box; without colour.
+    Point3 nearestTo(const Point3& p) const
+    {
+        return Point3(std::clamp(p.x(), min[0], max[0]), std::clamp(p.y(), min[1], max[1]),
+                      std::clamp(p.z(), min[2], max[2]));
+    }
+
 private:
     static constexpr double MAX = std::numeric_limits<double>::max();
 };

@@ -142,12 +142,17 @@ void Octree::approach(std::uint32_t node, const Point3& centre, std::uint32_t ow
         }
         return;
     }
-    std::pair<double, std::uint32_t> order[8];
+    std::pair<double, std::uint32_t> order[8]; // ascending
     std::uint32_t num = 0;
-    for (std::uint32_t child = here.firstChild; child < here.firstChild + here.numChildren; ++child)
-        if (ownLabel == NO_LABEL || !vNodes[child].isAllOf(ownLabel))
-            order[num++] = {vNodes[child].box.sqDistanceTo(centre), child};
-    std::sort(order, order + num);
+    for (std::uint32_t child = here.firstChild; child < here.firstChild + here.numChildren; ++child) {
+        if (ownLabel != NO_LABEL && vNodes[child].isAllOf(ownLabel))
+            continue;
+        const std::pair<double, std::uint32_t> entry(vNodes[child].box.sqDistanceTo(centre), child);
+        std::uint32_t place = num++;
+        for (; place > 0 && entry < order[place - 1]; --place)
+            order[place] = order[place - 1];
+        order[place] = entry;
+    }
     for (std::uint32_t i = 0; i < num && order[i].first <= best.sqDist; ++i)
         approach(order[i].second, centre, ownLabel, accept, best);
 }

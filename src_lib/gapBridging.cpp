@@ -1,0 +1,156 @@
+#include "gapBridging.h"
+
+#include "BridgeRims.h"
+#include "Calc.h"
+#include "CellBitSet.h"
+#include "Filler.h"
+#include "RCDMatrix.h"
+#include "freeFunctions.h"
+#include "sortMT.h"
+#include "stageTrace.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+// The cells of vCells that are at a border, and the others.
+void splitCells(const CellPoints& vCells, const std::vector<u64>& vBorderCCD, std::vector<u64>& vBorderRCD,
+                std::vector<u64>& vAreaRCD)
+{
+    std::vector<u64> vCodes;
+    transformMT(vBorderCCD, vCodes, &Calc::ccdToRCD);
+    sortMT(vCodes.begin(), vCodes.end());
+    for (const auto& [rcd, point] : vCells)
+        (std::binary_search(vCodes.begin(), vCodes.end(), rcd) ? vBorderRCD : vAreaRCD).push_back(rcd);
+}
+
+Point3 latticePoint(u64 rcd)
+{
+    u64 x, y, z;
+    rcdToXYZ(rcd, x, y, z);
+    return Point3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
+}
+
+u64 nearestCell(const Point3& place)
+{
+    return xyzToRCD(truncateToCoord(place.x() + 0.5), truncateToCoord(place.y() + 0.5),
+                    truncateToCoord(place.z() + 0.5));
+}
+
+// A new cell and the rim opposite to the one that is nearest to it.
+struct Bridge {
+    u64 rcd;
+    Point3 far; // in cells
+    Point3 point;
+};
+
+// Keeps grown cells inside the box of the surface's points, so that the grid of whoever makes a mesh of all
+// points is the one of the surface alone: on another grid a cloud of one point a cell has empty cells. What
+// is up to a cell outside moves to the wall, if there is room.
+void keepInBox(const CellPoints& vCells, const Calc* pCalc, CellPoints& vGrown)
+{
+    Box3 box;
+    for (const auto& [rcd, point] : vCells)
+        box.add(point);
+    const double maxSqMove = pCalc->getCellSize() * pCalc->getCellSize();
+    for (auto& [rcd, point] : vGrown) {
+        const Point3 inside = box.nearestTo(point);
+        const bool bNear = sqDistance(inside, point) <= maxSqMove;
+        rcd = bNear ? pCalc->getRCD(&inside) : FAILED_CODE;
+        point = inside;
+    }
+    std::erase_if(vGrown, [](const auto& entry) { return entry.first == FAILED_CODE; });
+    sortMT(vGrown.begin(), vGrown.end());
+    const auto sameCell = [](const auto& a, const auto& b) { return a.first == b.first; };
+    vGrown.erase(std::unique(vGrown.begin(), vGrown.end(), sameCell), vGrown.end());
+}
+
+// Of the grown cells those that lie in gaps. In a gap that is wider in the middle, as a round hole, cells
+// near its rim are between rims that are near enough though those in the middle are not: what does not go all
+// the way to the far rim is no bridge, and taking it away can break others.
+class BridgeSet
+{
+public:
+    BridgeSet(const CellPoints& vCells, const CellPoints& vGrown, const BridgeRims& rims)
+    {
+        for (const auto& [rcd, point] : vCells)
+            sCells.insert(rcd);
+        std::vector<std::optional<Point3>> vFar;
+        transformMT(vGrown, vFar, [&](const auto& entry) { return rims.findFarRim(entry.first); });
+        for (size_t i = 0; i < vGrown.size(); ++i)
+            if (vFar[i] && !sCells.contains(vGrown[i].first))
+                vBridges.push_back({vGrown[i].first, *vFar[i], vGrown[i].second});
+    }
+
+    void dropBroken()
+    {
+        for (size_t numBefore = vBridges.size() + 1; vBridges.size() < numBefore;) {
+            numBefore = vBridges.size();
+            sBridges = CellBitSet();
+            for (const Bridge& bridge : vBridges)
+                sBridges.insert(bridge.rcd);
+            vBridges = selectMT(vBridges, [this](const Bridge& bridge) { return isWhole(bridge); });
+        }
+    }
+
+    void getPoints(CellPoints& vPoints) const
+    {
+        vPoints.clear();
+        for (const Bridge& bridge : vBridges)
+            vPoints.emplace_back(bridge.rcd, bridge.point);
+    }
+
+private:
+    // True if there are cells along the straight way to the far rim, beside it at the most.
+    bool isWhole(const Bridge& bridge) const
+    {
+        const Point3 start = latticePoint(bridge.rcd);
+        const Vector3 way = bridge.far - start;
+        const int numSteps = static_cast<int>(way.length());
+        for (int step = 1; step < numSteps; ++step)
+            if (!isNearCell(nearestCell(start + way * (static_cast<double>(step) / numSteps))))
+                return false;
+        return true;
+    }
+
+    bool isNearCell(u64 rcd) const
+    {
+        return std::any_of(RCD_OFFSETS_27.begin(), RCD_OFFSETS_27.end(), [&](u64 offset) {
+            return sCells.contains(rcd + offset) || sBridges.contains(rcd + offset);
+        });
+    }
+
+    CellBitSet sCells; // of the surface
+    CellBitSet sBridges;
+    std::vector<Bridge> vBridges;
+};
+
+} // namespace
+
+void bridgeGaps(int numGrowSteps, const CellPoints& vCells, const std::vector<u64>& vBorderCCD,
+                const Calc* pCalc, CellPoints& vBridges)
+{
+    std::vector<u64> vBorderRCD, vAreaRCD;
+    splitCells(vCells, vBorderCCD, vBorderRCD, vAreaRCD);
+    Filler filler(numGrowSteps, vBorderRCD, vAreaRCD, vCells, pCalc);
+    CellPoints vGrown;
+    std::vector<std::pair<u64, int>> vAffilEdges;
+    filler.run(vGrown, vAffilEdges);
+
+    const StageTimer stage("FI_bridges");
+    std::vector<const Component*> vComponents;
+    for (const auto& pComponent : filler.getComponents())
+        vComponents.push_back(pComponent.get());
+    const BridgeRims rims(vComponents, vCells, *pCalc, Filler::affiliationRadius(numGrowSteps));
+    keepInBox(vCells, pCalc, vGrown);
+    BridgeSet bridges(vCells, vGrown, rims);
+    bridges.dropBroken();
+    bridges.getPoints(vBridges);
+}
+
+} // namespace TESK_ZAN
