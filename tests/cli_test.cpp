@@ -522,6 +522,37 @@ TEST_F(Cli, ConvertKeepsWhatBothKindsOfFileCanHold)
     EXPECT_EQ(zan("convert far.txt out.foo").code, 2);
 }
 
+// --- render ---
+
+TEST_F(Cli, RenderDrawsMeshesAndCloudsOfAnyKind)
+{
+    writeSphere("in.xyz");
+    writeCubes();
+    ASSERT_EQ(zan("render in.xyz a.png --size 64").code, 0);
+    ASSERT_EQ(zan("render in.xyz b.png --size 64 --beside cube.obj --view 100,-30 --up y --edges").code, 0);
+    const std::string one = dir.read("a.png"), two = dir.read("b.png");
+    const std::string header("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0", 19);
+    EXPECT_EQ(one.substr(0, 24), header + std::string("\x40\0\0\0\x30", 5)); // 64 by 48
+    EXPECT_EQ(two.substr(0, 24), header + std::string("\x80\0\0\0\x30", 5));
+    ASSERT_EQ(zan("render in.xyz again.png --size 64 --threads 3").code, 0);
+    EXPECT_TRUE(dir.read("again.png") == one);
+    ASSERT_EQ(zan("render in.xyz turned.png --size 64 --view 10,80").code, 0);
+    EXPECT_FALSE(dir.read("turned.png") == one);
+
+    ASSERT_EQ(zan("render cube.obj small.png --size 256 --small").code, 0);
+    ASSERT_EQ(zan("render cube.obj large.png --size 256").code, 0);
+    EXPECT_LT(dir.read("small.png").size(), dir.read("large.png").size());
+
+    dir.write("one.xyz", "1 2 3\n");
+    EXPECT_EQ(zan("render one.xyz c.png --size 64").code, 0);
+    dir.write("huge.obj", "v 1e308 0 0\nv -1e308 0 0\nv 0 1e308 0\nf 1 2 3\n");
+    EXPECT_EQ(zan("render huge.obj d.png").code, 1);
+    EXPECT_EQ(zan("render in.xyz d.jpg").code, 2);
+    EXPECT_EQ(zan("render in.xyz d.png --view 1").code, 2);
+    EXPECT_EQ(zan("render in.xyz d.png --view nan,0").code, 2);
+    EXPECT_EQ(zan("render in.xyz d.png --size 0").code, 2);
+}
+
 // --- what all commands have ---
 
 TEST_F(Cli, JsonIsOneObjectWithTheFigures)
@@ -562,6 +593,21 @@ TEST_F(Cli, CtrlCCancelsAndLeavesNothingBehind)
     EXPECT_EQ(dir.numFiles(), 1U);
 }
 
+TEST_F(Cli, ShellCompletesCommandsAndOptions)
+{
+    const auto complete = [&](const std::string& words, int index) {
+        const std::string script = "source '" ZAN_COMPLETION "'; COMP_WORDS=('" ZAN_PROGRAM "' " + words +
+                                   "); COMP_CWORD=" + std::to_string(index) +
+                                   "; _zan; echo \\${COMPREPLY[@]}";
+        const std::string command = "bash -c \"" + script + "\" > '" + streams.file("out") + "'";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return streams.read("out");
+    };
+    EXPECT_EQ(complete("re", 1), "reconstruct reduce render\n");
+    EXPECT_EQ(complete("help c", 2), "cloud convert\n");
+    EXPECT_EQ(complete("reduce --red", 2), "--reduce-length --reduce-angle\n");
+}
+
 TEST_F(Cli, VersionAndHelpAreNoFailures)
 {
     const Outcome version = zan("--version");
@@ -569,7 +615,7 @@ TEST_F(Cli, VersionAndHelpAreNoFailures)
     EXPECT_EQ(version.out, "zan " ZAN_VERSION "\n");
     EXPECT_EQ(zan("--help").code, 0);
     for (const char* command :
-         {"reconstruct", "melt", "cloud", "flip", "reduce", "smooth", "holes", "info", "convert"}) {
+         {"reconstruct", "melt", "cloud", "flip", "reduce", "smooth", "holes", "info", "convert", "render"}) {
         const Outcome outcome = zan(std::string("help ") + command);
         EXPECT_EQ(outcome.code, 0) << command;
         EXPECT_NE(outcome.out.find("Example"), std::string::npos) << command;

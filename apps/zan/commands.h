@@ -13,4 +13,5 @@ void addCloud(CLI::App& program);
 void addImprovements(CLI::App& program); // flip, reduce, smooth, holes
 void addInfo(CLI::App& program);
 void addConvert(CLI::App& program);
+void addRender(CLI::App& program);
 void addHelp(CLI::App& program);

@@ -47,6 +47,7 @@ int run(int argc, char** argv)
     addImprovements(program);
     addInfo(program);
     addConvert(program);
+    addRender(program);
     addHelp(program);
 
     try {

@@ -19,9 +19,9 @@ bool isFinite(const Point3& p)
 }
 
 // Numbers the places, equal ones alike; a triangle with a corner that is nowhere is left out.
-std::vector<Triangle> weld(const std::vector<Point3>& vCorners, MeshFigures& figures)
+std::vector<Triangle> weld(const std::vector<Point3>& vCorners, std::vector<Point3>& vPlaces,
+                           MeshFigures& figures)
 {
-    std::vector<Point3> vPlaces;
     vPlaces.reserve(vCorners.size());
     std::copy_if(vCorners.begin(), vCorners.end(), std::back_inserter(vPlaces), isFinite);
     std::sort(vPlaces.begin(), vPlaces.end());
@@ -48,7 +48,9 @@ std::vector<Triangle> weld(const std::vector<Point3>& vCorners, MeshFigures& fig
     return vTriangles;
 }
 
-void countEdges(const std::vector<Triangle>& vTriangles, MeshFigures& figures)
+// Calls f(lower vertex, higher vertex, number of triangles) for each edge.
+template <class F>
+void forEachEdge(const std::vector<Triangle>& vTriangles, F f)
 {
     std::vector<std::pair<std::size_t, std::size_t>> vSides; // lower vertex first, once per triangle
     vSides.reserve(3 * vTriangles.size());
@@ -59,11 +61,18 @@ void countEdges(const std::vector<Triangle>& vTriangles, MeshFigures& figures)
     std::sort(vSides.begin(), vSides.end());
     for (auto side = vSides.begin(); side != vSides.end();) {
         const auto next = std::find_if(side, vSides.end(), [&](const auto& other) { return other != *side; });
-        ++figures.numEdges;
-        figures.numBorder += next - side == 1 ? 1 : 0;
-        figures.numNonManifold += next - side > 2 ? 1 : 0;
+        f(side->first, side->second, static_cast<std::size_t>(next - side));
         side = next;
     }
+}
+
+void countEdges(const std::vector<Triangle>& vTriangles, MeshFigures& figures)
+{
+    forEachEdge(vTriangles, [&](std::size_t, std::size_t, std::size_t degree) {
+        ++figures.numEdges;
+        figures.numBorder += degree == 1 ? 1 : 0;
+        figures.numNonManifold += degree > 2 ? 1 : 0;
+    });
 }
 
 // Union-find over the vertices; path halving keeps the chains short.
@@ -95,8 +104,21 @@ void countComponents(const std::vector<Triangle>& vTriangles, MeshFigures& figur
 MeshFigures figuresOf(const std::vector<Point3>& vCorners)
 {
     MeshFigures figures;
-    const std::vector<Triangle> vTriangles = weld(vCorners, figures);
+    std::vector<Point3> vPlaces;
+    const std::vector<Triangle> vTriangles = weld(vCorners, vPlaces, figures);
     countEdges(vTriangles, figures);
     countComponents(vTriangles, figures);
     return figures;
+}
+
+std::vector<MeshEdge> edgesOf(const std::vector<Point3>& vCorners, bool bRegularToo)
+{
+    MeshFigures figures;
+    std::vector<Point3> vPlaces;
+    std::vector<MeshEdge> vEdges;
+    forEachEdge(weld(vCorners, vPlaces, figures), [&](std::size_t from, std::size_t to, std::size_t degree) {
+        if (bRegularToo || degree != 2)
+            vEdges.push_back({vPlaces[from], vPlaces[to], degree});
+    });
+    return vEdges;
 }

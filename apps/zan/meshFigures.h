@@ -19,3 +19,11 @@ struct MeshFigures {
 
 // vCorners: three a triangle. O(n log n).
 MeshFigures figuresOf(const std::vector<TESK_ZAN::Point3>& vCorners);
+
+struct MeshEdge {
+    TESK_ZAN::Point3 from, to;
+    std::size_t degree = 0; // how many triangles have it
+};
+
+// The edges of proper triangles, or only those that have not two. O(n log n).
+std::vector<MeshEdge> edgesOf(const std::vector<TESK_ZAN::Point3>& vCorners, bool bRegularToo);

@@ -25,6 +25,11 @@ void addRunOptions(CLI::App& command, RunOptions& options)
 void addOutputOptions(CLI::App& command, RunOptions& options)
 {
     command.add_flag("--ascii", options.bAscii, "Write PLY and STL as text; otherwise they are binary");
+    addOverwrite(command, options);
+}
+
+void addOverwrite(CLI::App& command, RunOptions& options)
+{
     command.add_flag("--overwrite", options.bOverwrite,
                      "Don't ask before an existing file is replaced. On a terminal the program asks; "
                      "elsewhere it replaces, by a whole new file or not at all");
@@ -53,6 +58,13 @@ std::string isNumber(const std::string& text)
     double value = 0.0;
     const bool bNumber = CLI::detail::lexical_cast(text, value);
     return bNumber && !std::isnan(value) ? "" : "must be a number, is '" + text + "'";
+}
+
+std::string isFiniteNumber(const std::string& text)
+{
+    double value = 0.0;
+    const bool bNumber = CLI::detail::lexical_cast(text, value);
+    return bNumber && std::isfinite(value) ? "" : "must be a finite number, is '" + text + "'";
 }
 
 std::string isNotNegative(const std::string& text)

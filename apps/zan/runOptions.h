@@ -21,8 +21,9 @@ struct RunOptions {
 // Defines --threads, --quiet, --verbose and --json. options must live as long as the command.
 void addRunOptions(CLI::App& command, RunOptions& options);
 
-// Defines --ascii and --overwrite, for commands that make a file with numbers in it.
+// Defines --ascii and --overwrite, for commands that make a file with numbers in it, or the latter alone.
 void addOutputOptions(CLI::App& command, RunOptions& options);
+void addOverwrite(CLI::App& command, RunOptions& options);
 
 // Defines --color-column of a text file with points.
 CLI::Option* addColorColumn(CLI::App& command, int& column);
@@ -31,4 +32,5 @@ CLI::Option* addColorColumn(CLI::App& command, int& column);
 // through. Infinity is fine for a limit only.
 std::string isPositive(const std::string& text);
 std::string isNumber(const std::string& text);
+std::string isFiniteNumber(const std::string& text);
 std::string isNotNegative(const std::string& text);
