@@ -3,6 +3,7 @@
 #include "CMesh.h"
 #include "messages.h"
 #include "sortMT.h"
+#include "tesk_tools/keepSingles.h"
 #include "tesk_tools/mixBits.h"
 #include "zanAssert.h"
 
@@ -19,21 +20,6 @@ namespace
 bool byNumber(const CEdge* a, const CEdge* b)
 {
     return lessByNumber(a, b);
-}
-
-// Leaves the elements of a sorted list that stand there once. False if there were no others.
-bool keepSingles(std::vector<CEdge*>& vCE)
-{
-    std::size_t numKept = 0;
-    for (std::size_t first = 0, last = 0; first < vCE.size(); first = last) {
-        while (last < vCE.size() && vCE[last] == vCE[first])
-            ++last;
-        if (last == first + 1)
-            vCE[numKept++] = vCE[first];
-    }
-    const bool bHadOthers = numKept < vCE.size();
-    vCE.resize(numKept);
-    return bHadOthers;
 }
 
 void sortUnique(std::vector<u64>& vCode)
@@ -423,7 +409,7 @@ void CPatch::setOuterBoundary()
     else
         collectRim(vOuterBoundary);
     std::sort(vOuterBoundary.begin(), vOuterBoundary.end(), byNumber);
-    bMayFold = keepSingles(vOuterBoundary) || !bRimKnown;
+    bMayFold = TESK_TOOLS::keepSingles(vOuterBoundary) || !bRimKnown;
     setBoundaryKey();
     bRimKnown = false;
     bBoundaryKnown = true;

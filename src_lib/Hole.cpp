@@ -7,6 +7,7 @@
 #include "Visualizer3.h"
 #include "freeFunctions.h"
 #include "messages.h"
+#include "tesk_tools/keepSingles.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -89,19 +90,6 @@ std::vector<Coords> getGeneratingVCDs(const Calc& calc, const CTriangle* pCT)
         }
     }
     return vKeys;
-}
-
-// Leaves the elements of a sorted list that stand there once.
-void keepSingles(std::vector<std::pair<int, int>>& v)
-{
-    std::size_t numKept = 0;
-    for (std::size_t first = 0, last = 0; first < v.size(); first = last) {
-        while (last < v.size() && v[last] == v[first])
-            ++last;
-        if (last == first + 1)
-            v[numKept++] = v[first];
-    }
-    v.resize(numKept);
 }
 
 } // namespace
@@ -266,12 +254,13 @@ void Hole::initializeFirstRow_T(const CTriangle* pCT)
     const Plane plane(*pCMesh->getVtx(pCT->getC0()), *pCMesh->getVtx(pCT->getC1()),
                       *pCMesh->getVtx(pCT->getC2()), bOK);
     std::array<u64, 2> vcdPair{};
-    if (!bOK || !getSides(pCT, plane, vcdPair))
+    const int numCubes = bOK ? getSides(pCT, plane, vcdPair) : 0;
+    if (numCubes == 0)
         return;
     const bool bSharp = isSharp(pCT);
     for (const u64 vcd : vcdPair)
         seed(vcd, static_cast<float>(plane.signedDistance(pCalc->getCellCorner(vcd))), bSharp);
-    if (getGeneratingVCDs(*pCalc, pCT).size() != 2)
+    if (numCubes < 2)
         return;
     const auto [addressLo, addressHi] =
         std::minmax({getAddressFromVCD(vcdPair[0]), getAddressFromVCD(vcdPair[1])});
@@ -280,13 +269,15 @@ void Hole::initializeFirstRow_T(const CTriangle* pCT)
 
 // The two neighbouring lattice corners between which the triangle passes. A triangle of one cube cuts one
 // corner off, or runs through the corner in the middle: then the pair is that corner and the one beside it
-// along the axis that the triangle faces most. False if there is no cube or the pair is not in the array.
-bool Hole::getSides(const CTriangle* pCT, const Plane& plane, std::array<u64, 2>& vcdPair) const
+// along the axis that the triangle faces most. Returns how many cubes hold the triangle, 1 or 2; 0 if there
+// is none, or a corner of the pair is not in the array.
+int Hole::getSides(const CTriangle* pCT, const Plane& plane, std::array<u64, 2>& vcdPair) const
 {
     std::vector<Coords> vKeys = getGeneratingVCDs(*pCalc, pCT);
-    if (vKeys.empty())
-        return false;
-    if (vKeys.size() == 1) {
+    const std::size_t numCubes = vKeys.size();
+    if (numCubes == 0 || numCubes > 2)
+        return 0;
+    if (numCubes == 1) {
         const Vector3& normal = plane.getNormal();
         const int axis = normal.getMaxAbsIndex();
         const double distance = plane.signedDistance(pCalc->getCellCorner(codeOf(vKeys[0])));
@@ -300,10 +291,10 @@ bool Hole::getSides(const CTriangle* pCT, const Plane& plane, std::array<u64, 2>
     for (std::size_t i = 0; i < 2; ++i) {
         const Coords& c = vKeys[i];
         if (!isInArray({c.at[0] - xlo, c.at[1] - ylo, c.at[2] - zlo}))
-            return false;
+            return 0;
         vcdPair[i] = codeOf(c);
     }
-    return vKeys.size() == 2;
+    return int(numCubes);
 }
 
 void Hole::seed(u64 vcd, float distance, bool bSharp)
@@ -325,7 +316,7 @@ void Hole::seed(u64 vcd, float distance, bool bSharp)
 void Hole::completeInitCbs()
 {
     std::sort(vEdgePairs.begin(), vEdgePairs.end());
-    keepSingles(vEdgePairs);
+    TESK_TOOLS::keepSingles(vEdgePairs);
     std::vector<u64> vRCD;
     for (const auto& [addressA, addressB] : vEdgePairs) {
         const Corners a = cornersOf(addressA), b = cornersOf(addressB);

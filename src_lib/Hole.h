@@ -176,11 +176,12 @@ private:
     bool isFirstRow(const CTriangle* pCT) const;
     bool isSharp(const CTriangle* pCT) const;
     void initializeFirstRow_T(const CTriangle* pCT);
-    bool getSides(const CTriangle* pCT, const Plane& plane, std::array<u64, 2>& vcdPair) const;
+    int getSides(const CTriangle* pCT, const Plane& plane, std::array<u64, 2>& vcdPair) const;
     void seed(u64 vcd, float distance, bool bSharp);
     void wishCorners(u64 rcd, std::vector<Proposal>& vWishes) const;
     Cell meanAround(const Place& place, bool bWeighted) const;
     void growOn();
+    void freeCompleted();
     HoleTrend getTrend() const;
     void overRelax();
     void settleOne(const Place& place, float omega);

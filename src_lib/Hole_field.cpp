@@ -160,12 +160,25 @@ void Hole::growOn()
     }
 }
 
+// The corners that completeInitCbs gave a neighbour's value lie where the surface ends: they are as open as
+// what has grown, and cells lie between them too.
+void Hole::freeCompleted()
+{
+    const auto firstCompleted =
+        std::stable_partition(vSeedAddr.begin(), vSeedAddr.end(),
+                              [this](int address) { return isFlag(pArray[std::size_t(address)].weight); });
+    vGrowAddr.insert(vGrowAddr.end(), firstCompleted, vSeedAddr.end());
+    vSeedAddr.erase(firstCompleted, vSeedAddr.end());
+    std::sort(vGrowAddr.begin(), vGrowAddr.end());
+}
+
 // What the values differ from the general shape round the hole is evened out, so the patch bends on as that
 // does. The filter alone evens out over some 12 corners: in a wider hole the fronts of the growth would stay.
 void Hole::settle()
 {
     const StageTimer stage("HO_settle");
     growOn();
+    freeCompleted();
     const HoleTrend trend = getTrend();
     const auto addTrend = [&](float sign) {
         const auto add = [&](const std::vector<int>& vAddr) {

@@ -79,7 +79,7 @@ TEST(Hole, aFlatHoleGetsTheCellsOfItsPlaneAndTheMeshStaysAsItIs)
         EXPECT_TRUE(run.messages.has(text)) << text;
 }
 
-TEST(Hole, bothWaysOfGrowingCoverAFlatHoleButForGapsAtItsRim)
+TEST(Hole, bothWaysOfGrowingCoverAFlatHoleButForSomeTrianglesAtItsRim)
 {
     for (const bool bSheet : {false, true}) {
         HeightField field = flatWithHole(24, 20, 5.0);
@@ -93,10 +93,10 @@ TEST(Hole, bothWaysOfGrowingCoverAFlatHoleButForGapsAtItsRim)
         EXPECT_EQ(run.messages.has("vHoleCCDs final: "), !bSheet);
         size_t numGapCE = 0; // squares that are half covered by the rim stay so
         for (const Chain* pGap : field.holes()) {
-            EXPECT_LT(edgesOf(*pGap).size(), numHoleCE);
+            EXPECT_EQ(edgesOf(*pGap).size(), 3u);
             numGapCE += edgesOf(*pGap).size();
         }
-        EXPECT_LT(numGapCE, numHoleCE) << bSheet;
+        EXPECT_LT(numGapCE, numHoleCE / 2) << bSheet;
         EXPECT_EQ(numEdges(field.mesh, 1), numRim + numGapCE) << bSheet;
         EXPECT_EQ(numEdges(field.mesh, -1), 0u) << bSheet;
         EXPECT_FALSE(run.hole.getNewT().empty());
