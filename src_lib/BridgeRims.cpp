@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 namespace TESK_ZAN
@@ -97,6 +98,20 @@ BridgeRims::BridgeRims(const std::vector<const Component*>& vComponents, const C
     rimIndex.build();
 }
 
+// Of the nearest rims, within a cell of distance, the one that points best at the cell: beside a rim the ways
+// to its single cells differ by much. Null for none.
+const BridgeRims::Sight* BridgeRims::nearestOf(const std::vector<Sight>& vSights)
+{
+    double minDist = std::numeric_limits<double>::max();
+    for (const Sight& sight : vSights)
+        minDist = std::min(minDist, sight.dist);
+    const Sight* pBest = nullptr;
+    for (const Sight& sight : vSights)
+        if (sight.dist <= minDist + 1.0 && (pBest == nullptr || sight.cosine > pBest->cosine))
+            pBest = &sight;
+    return pBest;
+}
+
 std::optional<Point3> BridgeRims::findFarRim(u64 rcd) const
 {
     const Point3 place = latticePoint(rcd);
@@ -110,15 +125,14 @@ std::optional<Point3> BridgeRims::findFarRim(u64 rcd) const
         if (cosine > 0.0)
             vBefore.push_back({dist, cosine, toRim});
     }
-    const auto nearer = [](const Sight& a, const Sight& b) { return a.dist < b.dist; };
-    const auto near = std::min_element(vBefore.begin(), vBefore.end(), nearer);
+    const Sight* pNear = nearestOf(vBefore);
     const Sight* pFar = nullptr;
     for (const Sight& far : vBefore) {
-        if (far.dist + near->dist > maxGap || (pFar != nullptr && !nearer(far, *pFar)))
+        if (far.dist + pNear->dist > maxGap || (pFar != nullptr && far.dist >= pFar->dist))
             continue;
         // 2 * cos(a / 2), from cos(a).
-        const double facing = std::sqrt(std::max(2.0 + 2.0 * (far.toRim * near->toRim), 0.0));
-        if (far.cosine + near->cosine - facing >= MIN_EXCESS)
+        const double facing = std::sqrt(std::max(2.0 + 2.0 * (far.toRim * pNear->toRim), 0.0));
+        if (far.cosine + pNear->cosine - facing >= MIN_EXCESS)
             pFar = &far;
     }
     if (pFar == nullptr)

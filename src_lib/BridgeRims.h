@@ -47,6 +47,8 @@ private:
         Vector3 toRim; // of length 1
     };
 
+    static const Sight* nearestOf(const std::vector<Sight>& vSights);
+
     double maxGap;
     PointIndex3<Rim> rimIndex;
 };

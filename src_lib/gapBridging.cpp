@@ -98,11 +98,14 @@ public:
         }
     }
 
-    void getPoints(CellPoints& vPoints) const
+    // The bridges, and those of the grown cells that close the seam where a bridge meets the surface.
+    CellPoints select(const CellPoints& vGrown) const
     {
-        vPoints.clear();
-        for (const Bridge& bridge : vBridges)
-            vPoints.emplace_back(bridge.rcd, bridge.point);
+        return selectMT(vGrown, [this](const std::pair<u64, Point3>& entry) {
+            const u64 rcd = entry.first;
+            return !sCells.contains(rcd) &&
+                   (sBridges.contains(rcd) || (isNear(sCells, rcd) && isNear(sBridges, rcd)));
+        });
     }
 
 private:
@@ -113,16 +116,16 @@ private:
         const Vector3 way = bridge.far - start;
         const int numSteps = static_cast<int>(way.length());
         for (int step = 1; step < numSteps; ++step)
-            if (!isNearCell(nearestCell(start + way * (static_cast<double>(step) / numSteps))))
+            if (const u64 rcd = nearestCell(start + way * (static_cast<double>(step) / numSteps));
+                !isNear(sCells, rcd) && !isNear(sBridges, rcd))
                 return false;
         return true;
     }
 
-    bool isNearCell(u64 rcd) const
+    static bool isNear(const CellBitSet& sSet, u64 rcd)
     {
-        return std::any_of(RCD_OFFSETS_27.begin(), RCD_OFFSETS_27.end(), [&](u64 offset) {
-            return sCells.contains(rcd + offset) || sBridges.contains(rcd + offset);
-        });
+        return std::any_of(RCD_OFFSETS_27.begin(), RCD_OFFSETS_27.end(),
+                           [&](u64 offset) { return sSet.contains(rcd + offset); });
     }
 
     CellBitSet sCells; // of the surface
@@ -150,7 +153,7 @@ void bridgeGaps(int numGrowSteps, const CellPoints& vCells, const std::vector<u6
     keepInBox(vCells, pCalc, vGrown);
     BridgeSet bridges(vCells, vGrown, rims);
     bridges.dropBroken();
-    bridges.getPoints(vBridges);
+    vBridges = bridges.select(vGrown);
 }
 
 } // namespace TESK_ZAN
