@@ -20,7 +20,7 @@ constexpr int REACH = 4; // in cells: how far round a border cell its sheet is l
 // with less has sheet on all sides, as along a crack that is narrower than a cell.
 constexpr double MIN_SHARE = 0.4;
 constexpr double STRAIGHT_RIM = 0.42 * REACH;
-constexpr double MIN_EXCESS = 0.75;
+constexpr double MIN_EXCESS = 0.85;
 
 Point3 latticePoint(u64 rcd)
 {

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <map>
 
 using namespace TESK_ZAN;
@@ -87,6 +88,14 @@ Soup cylinderParts(int num, double gap)
     return soup;
 }
 
+double distanceTo(const std::vector<Point3>& vPoints, const Point3& p)
+{
+    double sqDist = std::numeric_limits<double>::max();
+    for (const Point3& other : vPoints)
+        sqDist = std::min(sqDist, sqDistance(other, p));
+    return std::sqrt(sqDist);
+}
+
 class FillGapsTest : public ::testing::Test
 {
 protected:
@@ -122,8 +131,10 @@ protected:
 TEST_F(FillGapsTest, sheetsInOnePlaneAreJoinedInTheGapAndNowhereElse)
 {
     for (const int gap : {3, 6, 10}) {
-        const Soup soup = coplanarSheets(gap);
+        Soup soup = coplanarSheets(gap);
         const std::vector<Point3> vAdded = added(soup, gap);
+        std::vector<Point3> vCloud;
+        toCloud(soup, 1.0, 30.0, vCloud);
         EXPECT_GT(vAdded.size(), 15u * static_cast<size_t>(gap));
         const Vector3 x = turned(Point3(1, 0, 0)) - Point3(), y = turned(Point3(0, 1, 0)) - Point3(),
                       z = turned(Point3(0, 0, 1)) - Point3();
@@ -132,6 +143,7 @@ TEST_F(FillGapsTest, sheetsInOnePlaneAreJoinedInTheGapAndNowhereElse)
             EXPECT_TRUE(v * x > 22.0 && v * x < 29.0 + gap) << v * x;
             EXPECT_TRUE(v * y > -0.5 * gap && v * y < 20.0 + 0.5 * gap) << v * y;
             EXPECT_LT(std::fabs(v * z), 2.0);
+            EXPECT_LE(distanceTo(vCloud, p), gap) << "farther than the grow steps";
         }
         const MeshReport report = reconstructed(soup, gap);
         EXPECT_EQ(1u, report.numComponents) << gap;
