@@ -1,5 +1,6 @@
 #include "zan_api_functions.h"
 
+#include "AppendedPoints.h"
 #include "CloudMgr.h"
 #include "Hal.h"
 #include "Progress.h"
@@ -76,6 +77,7 @@ std::shared_ptr<Mesh> melt(std::vector<Point3>& vCorners, double spacingAbs, dou
 void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle,
              std::vector<Point3>& vResult)
 {
+    AppendedPoints appended(vResult);
     ProgressTree tree("ToCloud", toCloudPhases());
     {
         CloudMgr cldMgr; // before the Hal; the points are its cloud's
@@ -87,7 +89,8 @@ void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAng
         for (const Point3* pPoint : vPoints)
             vResult.push_back(*pPoint);
     }
-    tree.finish();
+    tree.finish(); // the subscriber can throw once more
+    appended.keep();
 }
 
 std::shared_ptr<Mesh> meshFromTriangles(std::vector<Point3>& vCorners)
@@ -262,6 +265,7 @@ void sampleScan(std::vector<Point3>& vPoints)
 void fillGaps(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle, int growSteps,
               std::vector<Point3>& vResult)
 {
+    AppendedPoints appended(vResult);
     ProgressTree tree("FillGaps", fillGapsPhases());
     {
         CloudMgr cldMgr; // before the Hal; the points are its cloud's
@@ -269,7 +273,8 @@ void fillGaps(std::vector<Point3>& vCorners, double spacingAbs, double featureAn
                                     NO_FILL);
         Hal(&cldMgr).fillGaps(growSteps, vResult);
     }
-    tree.finish();
+    tree.finish(); // the subscriber can throw once more
+    appended.keep();
 }
 
 } // namespace TESK_ZAN

@@ -5,7 +5,10 @@
 // several host threads may run at once. The same input gives the same result, bit for bit, for any number of
 // threads. Failures: bad input gives a warning and an empty result. A failed internal condition writes a
 // report and throws ZanBugException. Either way the library stays usable, and nothing of the call is left
-// behind. Cancelling: throw from your ProgressBase::progressChanged; the exception comes out of the call.
+// behind. Cancelling: throw from your ProgressBase::progressChanged; the exception comes out of the call, and
+// the next call gives what it would have given without. Vectors that the cancelled call appends to are as they
+// were; a mesh that it was changing is a valid mesh on the way between before and after. Files are read and
+// written without notifications.
 // Messages go to the standard output, a few to the standard error stream, unless setMessageStream is called.
 #pragma once
 
