@@ -61,6 +61,7 @@ double CloudMgr::inputPointsViaMemory(const std::vector<Point3>& vPoints, double
 {
     Cloud& cloud = addCloud("inputPointsViaMemory", spacingAbs, spacingFactor, bMelt, fillSize);
     cloud.setPoints(vPoints);
+    pInputPoints = &vPoints;
     prepare(cloud, featureAngle, pGivenCalc);
     return cloud.getDetectedSpacing();
 }
@@ -92,6 +93,12 @@ void CloudMgr::prepare(Cloud& cloud, double featureAngle, const Calc* pGivenCalc
 int CloudMgr::getFillSize() const
 {
     return firstCloud().getFillSize();
+}
+
+const std::vector<Point3>& CloudMgr::getInputPoints() const
+{
+    static const std::vector<Point3> vNone;
+    return pInputPoints != nullptr ? *pInputPoints : vNone;
 }
 
 const std::vector<Point3>& CloudMgr::getRimPoints() const

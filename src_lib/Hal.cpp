@@ -14,6 +14,7 @@
 #include "messages.h"
 #include "orientOutward.h"
 #include "pinholes.h"
+#include "pointCoverage.h"
 #include "rimGrowth.h"
 #include "shapeRepair.h"
 #include "sheetBacks.h"
@@ -24,7 +25,9 @@
 #include "zan_api_functions.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numbers>
+#include <string>
 
 namespace TESK_ZAN
 {
@@ -33,8 +36,9 @@ namespace
 {
 
 constexpr int SMOOTH_ROUNDS = 5;
-constexpr size_t MAX_CRACK_EDGES = 150; // of a melt: the cost is cubic in this
-constexpr double MAX_GAP_EDGES = 12.0;  // of a reconstruction: what is larger is no fault of a few cells
+constexpr size_t MAX_CRACK_EDGES = 150;  // of a melt: the cost is cubic in this
+constexpr double WORTH_A_WARNING = 0.03; // of the points
+constexpr double MAX_GAP_EDGES = 12.0;   // of a reconstruction: what is larger is no fault of a few cells
 
 } // namespace
 
@@ -61,7 +65,20 @@ std::shared_ptr<Mesh> Hal::reconstruct()
     repairShapes(*pMesh->getRMesh());
     growRims(*pMesh->getRMesh(), pCldMgr->getRimPoints());
     orientOutward(*pMesh->getRMesh());
+    tellCoverage(*pMesh->getRMesh());
     return pMesh;
+}
+
+// Scattered points and parts that are sparser than the rest fall to the cleaning, which nobody may
+// notice.
+void Hal::tellCoverage(const RMesh& mesh) const
+{
+    const double share = shareOutOfReach(mesh, pCldMgr->getInputPoints());
+    if (share < WORTH_A_WARNING)
+        return;
+    ZAN_WARNING("about " + std::to_string(std::lround(100.0 * share)) +
+                " % of the points are more than a cell away from the surface: they are too sparse or too "
+                "scattered for this spacing; twice the spacing (spacing factor 2) reaches more of them");
 }
 
 std::shared_ptr<Mesh> Hal::oneMelt()

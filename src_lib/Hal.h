@@ -59,6 +59,7 @@ private:
     std::unique_ptr<RMesh> takeOverToRealMesh();
     static void makeManifold(RMesh& mesh);
     void closeGaps(RMesh& mesh) const;
+    void tellCoverage(const RMesh& mesh) const;
     void takeBorders();
     bool isAtBorder(const Point3& p) const;
 

@@ -80,6 +80,20 @@ TEST_F(ReconstructTest, thickLayerComesOutAsOneClosedSheet)
     EXPECT_TRUE(report.isClosedManifold() && report.isOriented()) << toText(report);
 }
 
+TEST_F(ReconstructTest, pointsThatNoSurfaceReachesAreTold)
+{
+    const auto messagesFor = [](std::vector<Point3> vPoints) {
+        CapturedMessages captured;
+        EXPECT_NE(nullptr, reconstruct_abs(vPoints, 1.0, 2));
+        return captured.text();
+    };
+    std::vector<Point3> vPoints = planeGrid(60, 60, 1.0).vPoints;
+    EXPECT_EQ(std::string::npos, messagesFor(vPoints).find("% of the points"));
+    for (const Point3& p : planeGrid(20, 20, 8.0).vPoints) // a tenth more, scattered
+        vPoints.emplace_back(p.x(), p.y(), 50.0);
+    EXPECT_NE(std::string::npos, messagesFor(vPoints).find("about 10 % of the points"));
+}
+
 TEST_F(ReconstructTest, openSheetKeepsItsRimAndIsNotEaten)
 {
     const Shape plane = planeGrid(60, 60, 1.0);
