@@ -27,7 +27,7 @@ void getStartStop(size_t siz, int numThreads, bool bAlternate,
     }
     vRanges.clear();
     vRanges.reserve(num);
-    for (const size_t parity : {0, 1})
+    for (const size_t parity : {size_t{0}, size_t{1}})
         for (size_t i = parity; i < num; i += 2)
             vRanges.push_back(vInOrder[i]);
 }
