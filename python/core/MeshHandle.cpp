@@ -4,7 +4,6 @@
 
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 using TESK_ZAN::Mesh;
 using TESK_ZAN::Point3;
@@ -43,7 +42,22 @@ MeshHandle::Inside::~Inside()
 
 MeshHandle::MeshHandle(std::shared_ptr<Mesh> pMesh_) : pMesh(std::move(pMesh_)) {}
 
-py::tuple MeshHandle::arrays()
+std::vector<Point3*> MeshHandle::points() const
+{
+    const py::gil_scoped_release release;
+    std::vector<Point3*> vPoints;
+    pMesh->getPoints(vPoints);
+    return vPoints;
+}
+
+py::array MeshHandle::vertices()
+{
+    const Inside inside(*this);
+    const std::vector<Point3*> vPoints = points();
+    return coordinateArray(vPoints.size(), [&](std::size_t i) -> const Point3& { return *vPoints[i]; });
+}
+
+py::array MeshHandle::triangles()
 {
     const Inside inside(*this);
     std::vector<Point3*> vVertices;
@@ -52,7 +66,12 @@ py::tuple MeshHandle::arrays()
         const py::gil_scoped_release release;
         pMesh->getVertexIndexData(vVertices, vIndices);
     }
-    const py::tuple points =
-        pointArrays(vVertices.size(), [&](std::size_t i) -> const Point3& { return *vVertices[i]; });
-    return py::make_tuple(getGeneration(), points[0], triangleArray(std::move(vIndices)), points[1]);
+    return triangleArray(std::move(vIndices));
+}
+
+py::object MeshHandle::colors()
+{
+    const Inside inside(*this);
+    const std::vector<Point3*> vPoints = points();
+    return colorArray(vPoints.size(), [&](std::size_t i) -> const Point3& { return *vPoints[i]; });
 }

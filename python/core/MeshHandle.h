@@ -1,4 +1,4 @@
-// A mesh as Python holds it: one thread inside at a time, and a number that tells one state from the next.
+// A mesh as Python holds it: one thread inside at a time.
 #pragma once
 
 #include "ProgressListener.h"
@@ -9,10 +9,10 @@
 #include <pybind11/pybind11.h>
 
 #include <atomic>
-#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 // Threads that want a mesh while another is inside wait, without the interpreter's lock. A thread that is
 // inside already, in a progress callable, gets an exception instead of waiting for itself.
@@ -24,18 +24,16 @@ public:
     MeshHandle(const MeshHandle&) = delete;
     MeshHandle& operator=(const MeshHandle&) = delete;
 
-    // Grows with every call that may have changed the mesh, also one that was cancelled on its way.
-    std::uint64_t getGeneration() const { return generation; }
-
-    // (generation, vertices, triangles, colours): float64 (n, 3), int32 (m, 3), uint8 (n, 4) or None.
-    pybind11::tuple arrays();
+    // New arrays: float64 (n, 3); int32 (m, 3); uint8 (n, 4), or None if no vertex has a colour.
+    pybind11::array vertices();
+    pybind11::array triangles();
+    pybind11::object colors();
 
     // f(const std::shared_ptr<Mesh>&), which changes the mesh, without the interpreter's lock.
     template <class F>
     auto change(const pybind11::object& progress, const F& f)
     {
         const Inside inside(*this);
-        ++generation;
         return runCall(progress, [&] { return f(pMesh); });
     }
 
@@ -62,8 +60,10 @@ private:
         MeshHandle& handle;
     };
 
+    // In the order of their indices. Only while inside.
+    std::vector<TESK_ZAN::Point3*> points() const;
+
     std::shared_ptr<TESK_ZAN::Mesh> pMesh;
     std::mutex lock; // waited for without the interpreter's lock, so the two never wait for each other
     std::atomic<std::thread::id> idInside{};
-    std::atomic<std::uint64_t> generation{0};
 };

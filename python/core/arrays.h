@@ -75,33 +75,37 @@ private:
     TableView triangleTable;
 };
 
-// (n, 3) of float64, and (n, 4) of uint8, or None if no point has a colour. For getPoint, a function from
-// 0 <= i < num to a const Point3&. Called with the interpreter's lock.
+// (n, 3) of float64. For getPoint, here and below, a function from 0 <= i < num to a const Point3&. With the
+// interpreter's lock, which is released while the numbers are copied.
 template <class GetPoint>
-pybind11::tuple pointArrays(std::size_t num, const GetPoint& getPoint)
+pybind11::array coordinateArray(std::size_t num, const GetPoint& getPoint)
 {
     namespace py = pybind11;
-    const auto rows = static_cast<py::ssize_t>(num);
-    py::array_t<double> xyz({rows, py::ssize_t(3)});
+    py::array_t<double> xyz({static_cast<py::ssize_t>(num), py::ssize_t(3)});
+    double* p = xyz.mutable_data();
+    const py::gil_scoped_release release;
+    for (std::size_t i = 0; i < num; ++i, p += 3)
+        getPoint(i).xyz(p[0], p[1], p[2]);
+    return xyz;
+}
+
+// (n, 4) of uint8, or None if no point has a colour.
+template <class GetPoint>
+pybind11::object colorArray(std::size_t num, const GetPoint& getPoint)
+{
+    namespace py = pybind11;
     bool bColor = false;
     {
-        double* p = xyz.mutable_data();
         const py::gil_scoped_release release;
-        for (std::size_t i = 0; i < num; ++i, p += 3) {
-            const TESK_ZAN::Point3& point = getPoint(i);
-            point.xyz(p[0], p[1], p[2]);
-            bColor = bColor || point.hasColor();
-        }
+        for (std::size_t i = 0; i < num && !bColor; ++i)
+            bColor = getPoint(i).hasColor();
     }
     if (!bColor)
-        return py::make_tuple(xyz, py::none());
-
-    py::array_t<unsigned char> rgba({rows, py::ssize_t(4)});
-    {
-        unsigned char* p = rgba.mutable_data();
-        const py::gil_scoped_release release;
-        for (std::size_t i = 0; i < num; ++i, p += 4)
-            getPoint(i).getColor_255(p[0], p[1], p[2], p[3]);
-    }
-    return py::make_tuple(xyz, rgba);
+        return py::none();
+    py::array_t<unsigned char> rgba({static_cast<py::ssize_t>(num), py::ssize_t(4)});
+    unsigned char* p = rgba.mutable_data();
+    const py::gil_scoped_release release;
+    for (std::size_t i = 0; i < num; ++i, p += 4)
+        getPoint(i).getColor_255(p[0], p[1], p[2], p[3]);
+    return rgba;
 }

@@ -33,7 +33,8 @@ std::unique_ptr<MeshHandle> handleOf(MeshPtr pMesh)
 
 py::tuple arraysOf(const std::vector<Point3>& vPoints)
 {
-    return pointArrays(vPoints.size(), [&](std::size_t i) -> const Point3& { return vPoints[i]; });
+    const auto getPoint = [&](std::size_t i) -> const Point3& { return vPoints[i]; };
+    return py::make_tuple(coordinateArray(vPoints.size(), getPoint), colorArray(vPoints.size(), getPoint));
 }
 
 std::unique_ptr<MeshHandle> reconstructCloud(const py::array& xyz, const Colors& rgba,
@@ -146,8 +147,9 @@ py::tuple version()
 void addMesh(py::module_& core)
 {
     py::class_<MeshHandle>(core, "Mesh")
-        .def_property_readonly("generation", &MeshHandle::getGeneration)
-        .def("arrays", &MeshHandle::arrays)
+        .def("vertices", &MeshHandle::vertices)
+        .def("triangles", &MeshHandle::triangles)
+        .def("colors", &MeshHandle::colors)
         .def("num_triangles",
              [](MeshHandle& handle) {
                  return handle.read([](const MeshPtr& pMesh) { return pMesh->getNumT(); });

@@ -63,7 +63,7 @@ def test_wrong_arguments_of_a_mesh_are_told_and_leave_it_as_it_is():
     ):
         with pytest.raises(ValueError, match=text):
             call()
-    assert mesh.vertices is vertices
+    assert np.array_equal(mesh.vertices, vertices)
 
 
 def test_a_progress_that_is_no_callable_is_a_type_error():

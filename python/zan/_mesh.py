@@ -19,13 +19,12 @@ Progress = Optional[Callable[[float], object]]
 class Mesh:
     """A triangle mesh, in the library's memory.
 
-    `vertices`, `triangles` and `colors` are arrays of their own: they stay valid whatever happens to the mesh,
-    and can't be written to; take a `.copy()` to change one. They are made when first asked for and kept until
-    the mesh changes. Several threads may use one mesh: the calls wait for each other.
+    `vertices`, `triangles` and `colors` make new arrays each time, which are yours: they stay valid whatever
+    happens to the mesh, and the mesh does not see what you write into them. Several threads may use one mesh: the
+    calls wait for each other.
     """
 
     _handle: _core.Mesh
-    _arrays: Optional[tuple[int, npt.NDArray, npt.NDArray, Optional[npt.NDArray]]]
 
     def __init__(
         self,
@@ -54,29 +53,27 @@ class Mesh:
         self._handle = run_or_raise(
             "no triangle is left", _core.mesh_from_triangles, xyz, rgba, indices, callable_or_none(progress)
         )
-        self._arrays = None
 
     @classmethod
     def _of(cls, handle: _core.Mesh) -> "Mesh":
         mesh = cls.__new__(cls)
         mesh._handle = handle
-        mesh._arrays = None
         return mesh
 
     @property
     def vertices(self) -> npt.NDArray[np.float64]:
         """(n, 3): the vertices that a triangle uses."""
-        return self._current()[1]
+        return self._handle.vertices()
 
     @property
     def triangles(self) -> npt.NDArray[np.int32]:
         """(m, 3): indices of vertices; seen from outside they run counterclockwise."""
-        return self._current()[2]
+        return self._handle.triangles()
 
     @property
     def colors(self) -> Optional[npt.NDArray[np.uint8]]:
         """(n, 4): red, green, blue and alpha of the vertices; None if none has a colour."""
-        return self._current()[3]
+        return self._handle.colors()
 
     @property
     def cell_size(self) -> float:
@@ -91,7 +88,7 @@ class Mesh:
         """(k, 2): the edges of one triangle only, as indices of vertices in the order of that triangle."""
         triangles = self.triangles.astype(np.int64)
         edges = triangles[:, [0, 1, 1, 2, 2, 0]].reshape(-1, 2)
-        keys = edges.min(axis=1) * len(self.vertices) + edges.max(axis=1)
+        keys = edges.min(axis=1) * (triangles.max(initial=0) + 1) + edges.max(axis=1)
         _, first, count = np.unique(keys, return_index=True, return_counts=True)
         return edges[np.sort(first[count == 1])].astype(np.int32)
 
@@ -155,13 +152,3 @@ class Mesh:
 
     def __repr__(self) -> str:
         return f"<zan.Mesh of {len(self.vertices)} vertices and {len(self)} triangles>"
-
-    def _current(self) -> tuple[int, npt.NDArray, npt.NDArray, Optional[npt.NDArray]]:
-        arrays = self._arrays
-        if arrays is None or arrays[0] != self._handle.generation:
-            arrays = self._handle.arrays()
-            for array in arrays[1:]:
-                if array is not None:
-                    array.setflags(write=False)
-            self._arrays = arrays
-        return arrays
