@@ -381,6 +381,21 @@ TEST_F(Cli, CloudHasPointsOnTheTriangles)
     EXPECT_EQ(zan("cloud cube.obj out.stl").code, 2) << "points are no triangles";
 }
 
+TEST_F(Cli, CloudBridgesGapsBetweenSheets)
+{
+    dir.write("sheets.obj", "v 0 0 0\nv 20 6 0\nv 20 6 20\nv 0 0 20\nv 25 7.5 0\nv 45 13.5 0\nv 45 13.5 20\n"
+                            "v 25 7.5 20\nf 1 2 3 4\nf 5 6 7 8\n");
+    const Outcome plain = zan("cloud sheets.obj plain.ply --spacing 1");
+    const Outcome bridged = zan("cloud sheets.obj bridged.ply --spacing 1 --bridge 6");
+    ASSERT_EQ(bridged.code, 0) << bridged.err;
+    EXPECT_GT(std::stoi(valueOf("points", bridged.out)), std::stoi(valueOf("points", plain.out)) + 60);
+    for (const auto& [in, components] : {std::pair("plain.ply", "2"), std::pair("bridged.ply", "1")}) {
+        ASSERT_EQ(zan(std::string("reconstruct ") + in + " out.ply --spacing 1").code, 0);
+        EXPECT_EQ(valueOf("components", zan("info out.ply").out), components);
+    }
+    EXPECT_EQ(zan("cloud sheets.obj out.ply --bridge -1").code, 2);
+}
+
 TEST_F(Cli, TriangleFilesThatAreWrongAreRefusedWithTheirExitCodes)
 {
     writeCubes();
