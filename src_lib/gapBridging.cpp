@@ -6,11 +6,14 @@
 #include "Filler.h"
 #include "RCDMatrix.h"
 #include "freeFunctions.h"
+#include "messages.h"
+#include "numberText.h"
 #include "sortMT.h"
 #include "stageTrace.h"
 
 #include <algorithm>
 #include <optional>
+#include <string>
 
 namespace TESK_ZAN
 {
@@ -27,6 +30,30 @@ void splitCells(const CellPoints& vCells, const std::vector<u64>& vBorderCCD, st
     sortMT(vCodes.begin(), vCodes.end());
     for (const auto& [rcd, point] : vCells)
         (std::binary_search(vCodes.begin(), vCodes.end(), rcd) ? vBorderRCD : vAreaRCD).push_back(rcd);
+}
+
+// Values in the field round the rims: about two gigabytes for each ten millions.
+constexpr double MAX_FIELD = 5e7;
+
+// The cells within the grow steps of the rims, as tubes round them and a ball at their ends.
+double fieldSize(size_t numBorder, double numSteps)
+{
+    return 3.0 * static_cast<double>(numBorder) * numSteps * numSteps + 4.0 * numSteps * numSteps * numSteps;
+}
+
+// False after a warning where the field would be too large.
+bool isAffordable(size_t numBorder, int numGrowSteps)
+{
+    if (fieldSize(numBorder, numGrowSteps) <= MAX_FIELD)
+        return true;
+    int numSteps = 0;
+    while (fieldSize(numBorder, numSteps + 1) <= MAX_FIELD)
+        ++numSteps;
+    ZAN_WARNING("no gap is bridged: " + std::to_string(numGrowSteps) + " grow steps from " +
+                std::to_string(numBorder) + " cells along rims take about " +
+                numberToText(fieldSize(numBorder, numGrowSteps)) + " values; use at most " +
+                std::to_string(numSteps) + " steps");
+    return false;
 }
 
 Point3 latticePoint(u64 rcd)
@@ -140,6 +167,9 @@ void bridgeGaps(int numGrowSteps, const CellPoints& vCells, const std::vector<u6
 {
     std::vector<u64> vBorderRCD, vAreaRCD;
     splitCells(vCells, vBorderCCD, vBorderRCD, vAreaRCD);
+    vBridges.clear();
+    if (vBorderRCD.empty() || !isAffordable(vBorderRCD.size(), numGrowSteps))
+        return;
     Filler filler(numGrowSteps, vBorderRCD, vAreaRCD, vCells, pCalc);
     CellPoints vGrown;
     std::vector<std::pair<u64, int>> vAffilEdges;

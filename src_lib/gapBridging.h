@@ -16,7 +16,8 @@ class Calc;
 // points, sorted, each cell once. vBorderCCD: codes of cells along the borders of the surface, in any order,
 // also repeated; those that are no cell of the surface do not count. Rims up to 1.5 * numGrowSteps cells from
 // each other are joined (2 cells for one step). A gap that is wider stays as it is, and nothing is added
-// anywhere else. Condition "numGrowSteps>0". Extension of version 1.17.
+// anywhere else. None after a warning if the field round the rims would take more than some gigabytes.
+// Condition "numGrowSteps>0". Extension of version 1.17.
 void bridgeGaps(int numGrowSteps, const CellPoints& vCells, const std::vector<u64>& vBorderCCD,
                 const Calc* pCalc, CellPoints& vBridges);
 

@@ -238,8 +238,9 @@ ZAN_EXPORT void sampleScan(std::vector<Point3>& vPoints);
 //   growSteps  above 0, in cells: rims of up to 1.5 times as many cells from each other are joined (2 for
 //              one step), wider gaps stay. About 3 to 20.
 // Nothing joins sheets that face each other with their sides. Failures as of toCloud; growSteps that are not
-// above 0 throw ZanBugException. Cost: that of toCloud, a few microseconds a cell, and about growSteps^2
-// microseconds for each cell along a rim.
+// above 0 throw ZanBugException. Nothing is bridged, after a warning, where growSteps are so many that it
+// would take more than some gigabytes. Cost: that of toCloud, some ten microseconds a cell, and about
+// growSteps^2 microseconds for each cell along a rim.
 ZAN_EXPORT void fillGaps(std::vector<Point3>& vCorners, double spacingAbs, double featureAngle, int growSteps,
                          std::vector<Point3>& vResult);
 

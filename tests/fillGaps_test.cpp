@@ -236,6 +236,9 @@ TEST_F(FillGapsTest, badArgumentsAreNamedConditionsAndAnEmptySoupIsAWarning)
         EXPECT_THROW(fillGaps(soup, 1.0, 30.0, steps, vResult), ZanBugException);
         EXPECT_TRUE(messages.has("numGrowSteps>0"));
     }
+    EXPECT_TRUE(added(soup, std::numeric_limits<int>::max()).empty());
+    EXPECT_TRUE(messages.has("use at most"));
+    messages.clear();
     fillGaps(none, 1.0, 30.0, 4, vResult);
     EXPECT_TRUE(vResult.empty());
     EXPECT_TRUE(messages.has("Nothing to do"));
