@@ -4,6 +4,8 @@
 
 #include <iostream>
 
+#include <unistd.h>
+
 LibraryMessages::LibraryMessages(Show show_) : show(show_)
 {
     TESK_ZAN::setMessageStream(show == Show::All ? &std::cerr : &stream);
@@ -48,7 +50,8 @@ void LibraryMessages::showWarning()
         const std::size_t pos = line.find(kind);
         if (pos == std::string::npos)
             continue;
-        std::cerr << "zan: " << line.substr(pos + 2) << std::flush;
+        std::cerr << (isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "") // over a bar
+                  << "zan: " << line.substr(pos + 2) << std::flush;
         return;
     }
 }
