@@ -268,6 +268,10 @@ SheetChoice::SheetChoice(CMesh* pMesh_) : pMesh(pMesh_)
 
 void SheetChoice::settle(const std::vector<u64>& vBorderCCD_srt)
 {
+    const bool bAllEven = std::none_of(pMesh->getE().begin(), pMesh->getE().end(),
+                                       [](const CEdge* pCE) { return pCE->getDegree() % 2 == 1; });
+    if (bAllEven)
+        return; // no step gains
     PieceGraph graph(pMesh, vCT, vBorderCCD_srt);
     graph.run();
     graph.apply();
