@@ -73,7 +73,6 @@ u64 nearestCell(const Point3& place)
 struct Bridge {
     u64 rcd;
     Point3 far; // in cells
-    Point3 point;
 };
 
 // Keeps grown cells inside the box of the surface's points, so that the grid of whoever makes a mesh of all
@@ -111,7 +110,7 @@ public:
         transformMT(vGrown, vFar, [&](const auto& entry) { return rims.findFarRim(entry.first); });
         for (size_t i = 0; i < vGrown.size(); ++i)
             if (vFar[i] && !sCells.contains(vGrown[i].first))
-                vBridges.push_back({vGrown[i].first, *vFar[i], vGrown[i].second});
+                vBridges.push_back({vGrown[i].first, *vFar[i]});
     }
 
     void dropBroken()
