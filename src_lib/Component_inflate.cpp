@@ -3,7 +3,6 @@
 #include "Component.h"
 #include "FieldInflation.h"
 #include "SheetCells.h"
-#include "freeFunctions.h"
 #include "messages.h"
 #include "zanAssert.h"
 
@@ -158,7 +157,10 @@ void Component::markBorderCorners()
     }
 }
 
-// Each corner of the strip gets its distance to the nearest point of the cells whose facets meet there.
+// Each corner of the strip gets its distance to the sheet, as near as the cells whose facets meet there have
+// it: to the plane through the points about, so that the field rises evenly to both sides and goes on
+// straight beyond the rim, however unevenly the cells end there. Distances to the points themselves, which
+// lie anywhere in their cells, would bend it.
 void Component::assignDistancesToSideStrip(const FacetPtrs& vStrip, float sign)
 {
     const float nearest = 0.001f * spacing; // a point on the corner itself must not take away its sign
@@ -167,6 +169,8 @@ void Component::assignDistancesToSideStrip(const FacetPtrs& vStrip, float sign)
                                          [](const auto& entry, u64 rcd) { return entry.first < rcd; });
         zanAssertText(it != vRCDPoint.end() && it->first == pFacet->rcd,
                       "q_it!=vRCDPoint.end() && q_it->first==rcd");
+        Vector3 normal;
+        const bool bPlane = pCells->estimateNormal(pFacet->rcd, vRCDPoint, normal);
         u64 aRCC[4];
         pFacet->getCorners(aRCC);
         for (const u64 rcc : aRCC) {
@@ -178,7 +182,8 @@ void Component::assignDistancesToSideStrip(const FacetPtrs& vStrip, float sign)
                 ZAN_ERROR("Bug, state=" + std::to_string(state));
                 zanFail();
             }
-            const double distance = std::sqrt(sqDistance(pCornerStore->getPoint(rcc), it->second));
+            const Vector3 way = pCornerStore->getPoint(rcc) - it->second;
+            const double distance = bPlane ? std::fabs(way * normal) : way.length();
             const float value = std::max(static_cast<float>(distance), nearest);
             if (value < std::fabs(pCorner->val))
                 pCorner->val = sign * value;

@@ -9,6 +9,7 @@
 #include "zanAssert.h"
 
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace TESK_ZAN
@@ -18,6 +19,7 @@ namespace
 {
 
 constexpr int NUM_LOWPASS = 100;
+constexpr float SMALLEST = 4 * std::numeric_limits<float>::min(); // may be halved, and is no 0 then
 
 // The grown corners and their neighbours by number, apart from the corner records: the low-pass reads them a
 // hundred times.
@@ -70,7 +72,7 @@ LowPass::LowPass(const CornerStore& store)
 }
 
 // A corner beside a strip keeps its sign, so that the field changes its sign between the strips and nowhere
-// else at them; and no value becomes 0.
+// else at them, but not its size, which would bend the field near it; and no value becomes 0.
 float LowPass::filtered(const Grown& grown) const
 {
     const float old = vValues[grown.index];
@@ -83,7 +85,11 @@ float LowPass::filtered(const Grown& grown) const
         ++num;
     }
     const float mean = sum / static_cast<float>(num);
-    return mean == 0.0f || (grown.bPinned && (mean < 0.0f) != (old < 0.0f)) ? old : mean;
+    if (mean == 0.0f)
+        return old;
+    if (!grown.bPinned || (mean < 0.0f) == (old < 0.0f))
+        return mean;
+    return std::fabs(old) > SMALLEST ? 0.5f * old : old;
 }
 
 void LowPass::run()

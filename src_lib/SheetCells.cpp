@@ -1,5 +1,6 @@
 #include "SheetCells.h"
 
+#include "freeFunctions.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -75,6 +76,32 @@ float SheetCells::getThickness(u64 rcd) const
         thickness = std::min(thickness, static_cast<float>(num) * stepLength);
     }
     return thickness;
+}
+
+bool SheetCells::estimateNormal(u64 rcd, const std::vector<std::pair<u64, Point3>>& vRCDPoint,
+                                Vector3& normal) const
+{
+    std::vector<Point3> vCopies;
+    constexpr int REACH = 2;
+    for (int dx = -REACH; dx <= REACH; ++dx)
+        for (int dy = -REACH; dy <= REACH; ++dy)
+            for (int dz = -REACH; dz <= REACH; ++dz) {
+                const u64 near = rcd + static_cast<u64>(dx) * RCD_STEP_X + static_cast<u64>(dy) * RCD_STEP_Y +
+                                 static_cast<u64>(dz) * RCD_STEP_Z;
+                if (!exists(near))
+                    continue;
+                const auto it =
+                    std::lower_bound(vRCDPoint.begin(), vRCDPoint.end(), near,
+                                     [](const auto& entry, u64 code) { return entry.first < code; });
+                zanAssertText(it != vRCDPoint.end() && it->first == near,
+                              "q_it!=vRCDPoint.end() && q_it->first==rcd");
+                vCopies.push_back(it->second);
+            }
+    std::vector<Point3*> vPoints;
+    for (Point3& point : vCopies)
+        vPoints.push_back(&point);
+    Point3 centroid;
+    return estimateNNV(vPoints, normal, centroid);
 }
 
 void SheetCells::indexFacets(std::vector<Facet>& vFacets)

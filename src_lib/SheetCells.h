@@ -5,6 +5,7 @@
 
 #include "CellBlocks.h"
 #include "Facet.h"
+#include "Point3.h"
 
 #include <cstdint>
 #include <optional>
@@ -33,6 +34,10 @@ public:
     // The length of the shortest straight row of cells through this one, over the 13 directions of the
     // lattice, in cells; at most MAX_THICKNESS.
     float getThickness(u64 rcd) const;
+
+    // The unit normal, of no particular side, of the plane through the points of the cells within two steps.
+    // vRCDPoint has the points of all cells, sorted. False, with normal untouched, where they lie on a line.
+    bool estimateNormal(u64 rcd, const std::vector<std::pair<u64, Point3>>& vRCDPoint, Vector3& normal) const;
 
     // Takes in where the facets stand: sorted, and not moved or reordered as long as they are looked up here.
     void indexFacets(std::vector<Facet>& vFacets);

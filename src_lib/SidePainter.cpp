@@ -200,28 +200,8 @@ float SidePainter::conflictWeight(const Facet& facet,
     if (facet.componentIndex < 0 || numOther == 0)
         return 0.0f;
 
-    std::vector<Point3> vCopies;
-    constexpr int REACH = 2;
-    for (int dx = -REACH; dx <= REACH; ++dx)
-        for (int dy = -REACH; dy <= REACH; ++dy)
-            for (int dz = -REACH; dz <= REACH; ++dz) {
-                const u64 rcd = facet.rcd + static_cast<u64>(dx) * RCD_STEP_X +
-                                static_cast<u64>(dy) * RCD_STEP_Y + static_cast<u64>(dz) * RCD_STEP_Z;
-                if (!cells.exists(rcd))
-                    continue;
-                const auto it =
-                    std::lower_bound(vRCDPoint.begin(), vRCDPoint.end(), rcd,
-                                     [](const auto& entry, u64 code) { return entry.first < code; });
-                zanAssertText(it != vRCDPoint.end() && it->first == rcd,
-                              "q_it!=vRCDPoint.end() && q_it->first==rcd");
-                vCopies.push_back(it->second);
-            }
-    std::vector<Point3*> vPoints;
-    for (Point3& point : vCopies)
-        vPoints.push_back(&point);
     Vector3 normal;
-    Point3 centroid;
-    if (!estimateNNV(vPoints, normal, centroid))
+    if (!cells.estimateNormal(facet.rcd, vRCDPoint, normal))
         return 0.5f * static_cast<float>(numOther);
     const double angle = getAngleDegree(Facet::normalOf(facet.side), normal);
     return static_cast<float>(5.0 * (1.0 - std::fabs(angle - 90.0) / 90.0));
