@@ -83,6 +83,19 @@ py::object cloudOfSoup(const py::array& xyz, const py::array& triangles, double 
     return vResult.empty() ? py::none() : py::object(arraysOf(vResult));
 }
 
+py::object cloudOverGaps(const py::array& xyz, const py::array& triangles, double spacing,
+                         double featureAngle, int growSteps, const py::object& progress)
+{
+    const SoupView soup(xyz, {}, triangles);
+    const std::vector<Point3> vResult = runCall(progress, [&] {
+        std::vector<Point3> vCorners = soup.corners();
+        std::vector<Point3> vPoints;
+        fillGaps(vCorners, spacing, featureAngle, growSteps, vPoints);
+        return vPoints;
+    });
+    return vResult.empty() ? py::none() : py::object(arraysOf(vResult));
+}
+
 double spacingOf(const py::array& xyz, const py::object& progress)
 {
     const CloudView cloud(xyz, {});
@@ -207,6 +220,7 @@ PYBIND11_MODULE(_core, core)
     core.def("melt", &meltSoup);
     core.def("mesh_from_triangles", &meshOfSoup);
     core.def("to_cloud", &cloudOfSoup);
+    core.def("fill_gaps", &cloudOverGaps);
     core.def("estimate_spacing", &spacingOf);
     core.def("read_points", &readCloud);
     core.def("write_points", &writeCloud);

@@ -42,6 +42,7 @@ VERTICES, TRIANGLES = shapes.cube()
         (lambda: zan.Mesh(VERTICES, [[0, 0, 1]]), "no triangle is left: .*"),
         (lambda: zan.Mesh(VERTICES, TRIANGLES, POINTS), r"colors must have the shape \(8, 3\)"),
         (lambda: zan.to_cloud(VERTICES, [], 0.1), "no points came out"),
+        (lambda: zan.fill_gaps(VERTICES, TRIANGLES, 0.1, grow_steps=0), "grow_steps must be from 1"),
         (lambda: zan.estimate_spacing(np.zeros((9, 3))), "give no spacing: .*in one place"),
         (lambda: zan.set_num_threads(-1), "num_threads must be from 0"),
     ],

@@ -133,6 +133,18 @@ def test_a_cloud_on_a_cube_lies_on_its_faces_a_point_for_each_cell():
     assert shapes.rows(shapes.cube()[0]) <= shapes.rows(points)
 
 
+def test_bridging_points_close_the_gap_between_two_sheets():
+    vertices = np.array([[x, y, 0.0] for x in (0.0, 1.0, 1.2, 2.2) for y in (0.0, 1.0)])
+    triangles = np.array([[0, 2, 3], [0, 3, 1], [4, 6, 7], [4, 7, 5]])
+    sheets = zan.to_cloud(vertices, triangles, 0.05)
+    points = zan.fill_gaps(vertices, triangles, 0.05, grow_steps=6)
+    assert np.array_equal(points[: len(sheets)], sheets)
+    bridge = points[len(sheets) :]
+    assert len(bridge) > 30 and (np.abs(bridge[:, 0] - 1.1) < 0.2).all() and np.abs(bridge[:, 2]).max() < 0.1
+    joined = zan.reconstruct(points, spacing=0.05, fill_size=2)
+    assert shapes.euler_number(joined.vertices, joined.triangles) == 1  # one sheet
+
+
 def test_border_edges_are_those_of_one_triangle_in_its_order():
     mesh = zan.reconstruct(shapes.sheet())
     edges, counts = shapes.edge_counts(mesh.triangles)

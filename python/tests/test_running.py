@@ -27,6 +27,7 @@ def run_all(points, mesh, progress):
         "Mesh": lambda: zan.Mesh(mesh.vertices, mesh.triangles, progress=progress),
         "melt": lambda: zan.melt(vertices, triangles, 0.02, progress=progress),
         "to_cloud": lambda: zan.to_cloud(vertices, triangles, 0.02, progress=progress),
+        "fill_gaps": lambda: zan.fill_gaps(vertices, triangles, 0.02, progress=progress),
         "estimate_spacing": lambda: zan.estimate_spacing(points, progress=progress),
         "edge_flips": lambda: mesh.edge_flips(progress=progress),
         "anneal": lambda: mesh.anneal(progress=progress),

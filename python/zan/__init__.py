@@ -14,7 +14,7 @@ import os as _os
 
 from . import _core
 from ._arrays import PointCloud
-from ._calls import estimate_spacing, melt, reconstruct, sample_scan, set_num_threads, to_cloud
+from ._calls import estimate_spacing, fill_gaps, melt, reconstruct, sample_scan, set_num_threads, to_cloud
 from ._files import read_mesh, read_points, write_mesh, write_points
 from ._mesh import Mesh
 from ._messages import InternalError
@@ -26,6 +26,7 @@ __all__ = [
     "Mesh",
     "PointCloud",
     "estimate_spacing",
+    "fill_gaps",
     "melt",
     "read_mesh",
     "read_points",
