@@ -101,9 +101,9 @@ public:
     // neighbours along the axes. All means of an iteration come from the values before it.
     void lowPassFor(std::vector<int>& vAddr, int numIterations, bool bWeighted);
 
-    // Lets the values grow through the whole array and evens them out: in what they differ from the general
-    // shape of the surface (HoleTrend), each is the mean of its neighbours. Some sweeps for each cell of
-    // width.
+    // Lets the values grow through the whole array and evens them and the completed corners out: in what they
+    // differ from the general shape of the surface (HoleTrend), each is the mean of its neighbours. Some
+    // sweeps for each cell of width.
     void settle();
     void getZeroCbs();
 

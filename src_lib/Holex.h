@@ -14,14 +14,7 @@
 namespace TESK_ZAN
 {
 
-class Calc;
-class CEdge;
-class Chain;
-class ChainMgr;
-class CMesh;
-class CTriangle;
 class Hole;
-class Loop;
 
 // Experimental, beside the roads: it finds where the patches would lie and leaves the mesh as it is.
 class Holex

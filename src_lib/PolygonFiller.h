@@ -1,4 +1,4 @@
-// Subsystem: holes. Builds on: CMesh, freeFunctions. Used by: HolePatcher.
+// Subsystem: holes. Builds on: CMesh, freeFunctions. Used by: HolePatcher, FoldCutter.
 // Fills a border loop by the best of all triangulations between its corners, where ear cutting gave up.
 #pragma once
 
