@@ -49,7 +49,8 @@ public:
     void getBorders(CellPairs& vBorders) const;
     // The largest distance that holes were filled over, in cells.
     int getFillSize() const;
-    // What inputPointsViaMemory was given, which must still be there; empty after readFiles. Extension of 1.17.
+    // What inputPointsViaMemory was given, which must still be there; empty after readFiles. Extension
+    // of 1.17.
     const std::vector<Point3>& getInputPoints() const;
     // The input points at the rims that are no bundle's, in input order. Extension of 1.17.
     const std::vector<Point3>& getRimPoints() const;
@@ -64,7 +65,7 @@ private:
 
     double sumReadTime = 0.0;
     const std::vector<Point3>* pInputPoints = nullptr; // the host's
-    std::vector<std::unique_ptr<Cloud>> vClouds; // a run has exactly one
+    std::vector<std::unique_ptr<Cloud>> vClouds;       // a run has exactly one
 };
 
 } // namespace TESK_ZAN

@@ -20,8 +20,8 @@ namespace
 
 using Index = SideForest::Index;
 
-// Narrow is what has few triangles for each edge of its rim: a strip that is three cells wide has three. Specks
-// are in any case.
+// Narrow is what has few triangles for each edge of its rim: a strip that is three cells wide has three.
+// Specks are in any case.
 constexpr std::size_t MAX_SIZE_PER_RIM = 3;
 constexpr std::size_t SPECK_SIZE = 20;
 

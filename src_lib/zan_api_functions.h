@@ -6,10 +6,10 @@
 // threads. Failures: bad input gives a warning and an empty result. A failed internal condition writes a
 // report and throws ZanBugException. Either way the library stays usable, and nothing of the call is left
 // behind. Cancelling: throw from your ProgressBase::progressChanged; the exception comes out of the call, and
-// the next call gives what it would have given without. Vectors that the cancelled call appends to are as they
-// were; a mesh that it was changing is a valid mesh on the way between before and after. Files are read and
-// written without notifications.
-// Messages go to the standard output, a few to the standard error stream, unless setMessageStream is called.
+// the next call gives what it would have given without. Vectors that the cancelled call appends to are as
+// they were; a mesh that it was changing is a valid mesh on the way between before and after. Files are read
+// and written without notifications. Messages go to the standard output, a few to the standard error stream,
+// unless setMessageStream is called.
 #pragma once
 
 #include "Mesh.h"
@@ -27,8 +27,7 @@
 namespace TESK_ZAN
 {
 
-// --- Reconstruction
-// -------------------------------------------------------------------------------------------
+// ---- reconstruction -------------------------------------------------------------------------------------
 
 // Rebuilds a triangle mesh from an unorganised point cloud; needs no normals. Open borders stay open. Colours
 // of the points become colours of the vertices.
@@ -51,8 +50,7 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, 
 ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, double spacingAbs,
                                                  int fillSize);
 
-// --- Triangle soups
-// ---------------------------------------------------------------------------------------------------
+// ---- triangle soups -------------------------------------------------------------------------------------
 
 // Makes a clean mesh of a triangle soup: overlaps, cracks below a cell, intersections, wrong windings and bad
 // triangles don't carry over. The surface is sampled, one point for each cell that it touches, and extracted
@@ -95,8 +93,7 @@ ZAN_EXPORT void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double
 // triangles.
 ZAN_EXPORT std::shared_ptr<Mesh> meshFromTriangles(std::vector<Point3>& vCorners);
 
-// --- Work on a finished mesh
-// -----------------------------------------------------------------------------------
+// ---- work on a finished mesh ----------------------------------------------------------------------------
 //
 // These change the mesh in place: points and triangles that it has handed out before are no longer valid. An
 // empty pointer gives a warning and nothing else.
@@ -134,8 +131,7 @@ ZAN_EXPORT void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIteration
 // patch is a guess: look at it.
 ZAN_EXPORT int closeHoles(std::shared_ptr<Mesh> pMesh, int maxEdges);
 
-// --- Looking at points and meshes
-// -----------------------------------------------------------------------------
+// ---- looking at points and meshes -----------------------------------------------------------------------
 
 // The average spacing of a surface sample as reconstruct_auto detects it, in units of the input; -1.0 when
 // the points give none. Costs as much as the intake of a reconstruction.
@@ -149,10 +145,10 @@ ZAN_EXPORT void autoOffset(std::vector<Point3>& vPoints, double& x, double& y, d
 // folder.
 ZAN_EXPORT void findHoles(std::shared_ptr<Mesh> pMesh);
 
-// --- Files
-// ---------------------------------------------------------------------------------------------------- All
-// readers append to vPoints, and leave it as it was when they return false. The type goes by the extension,
-// see fileTypes.h. Each says on the message stream what was wrong.
+// ---- files ----------------------------------------------------------------------------------------------
+//
+// All readers append to vPoints, and leave it as it was when they return false. The type goes by the
+// extension, see fileTypes.h. Each says on the message stream what was wrong.
 
 // .ply, .xyz/.txt/.asc or .bin, by extension.
 ZAN_EXPORT bool readPoints_auto(std::string& name, std::vector<Point3>& vPoints);
@@ -183,8 +179,7 @@ ZAN_EXPORT bool writePointsPly(const std::string& name, std::vector<Point3>& vPo
 // Beware: for PLY bAscii is reversed, true gives the binary form. Hosts rely on it, so it stays.
 ZAN_EXPORT bool writeMesh_auto(const std::string& name, std::shared_ptr<Mesh> pMesh, bool bAscii);
 
-// --- Service
-// --------------------------------------------------------------------------------------------------
+// ---- service --------------------------------------------------------------------------------------------
 
 // Worker threads from the next parallel step on, in the whole process; 0: as many as the hardware has.
 ZAN_EXPORT void setGlobalNumCPU(int numCPU);
@@ -199,8 +194,7 @@ ZAN_EXPORT void getVersion(int& major, int& minor); // 1 and 17
 ZAN_EXPORT void printVersion();
 ZAN_EXPORT bool isRelease();
 
-// --- Extensions of version 1.17
-// -------------------------------------------------------------------------------
+// ---- extensions of version 1.17 -------------------------------------------------------------------------
 
 // Files as they come from elsewhere, with all that a point can keep. These four have no surprises: bAscii
 // means text, an ending that names no form is an error and nothing is written, colours survive. Each returns
