@@ -170,6 +170,7 @@ private:
     CEdge* foldAt(const CTriangle* pCT) const; // an edge where the members fold over; null if none
     bool hasFold() const;
     double getCoarseThickness() const;
+    bool isBulky();
     bool isFlatPocket() const;
 
     CMesh* pMesh;                       // not owned

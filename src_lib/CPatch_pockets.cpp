@@ -2,10 +2,13 @@
 
 #include "CMesh.h"
 #include "ConEdge.h"
+#include "sortMT.h"
 #include "tesk_tools/FlatMap.h"
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cmath>
 
 namespace TESK_ZAN
 {
@@ -126,8 +129,19 @@ CEdge* CPatch::foldAt(const CTriangle* pCT) const
 bool CPatch::hasFold() const
 {
     const std::vector<CTriangle*>& vCT = walkOrder();
-    return std::any_of(vCT.begin(), vCT.end(),
-                       [this](const CTriangle* pCT) { return isAliveMember(pCT) && foldAt(pCT) != nullptr; });
+    std::atomic<bool> bFound{false};
+    forRangeMT(vCT.size(), [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && !bFound; ++i)
+            if (isAliveMember(vCT[i]) && foldAt(vCT[i]) != nullptr)
+                bFound = true;
+    });
+    return bFound;
+}
+
+// Told without a look at the points, nor at which side is the outer one.
+bool CPatch::isBulky()
+{
+    return getSize() >= MEDIUM_SIZE && orientMembers() && std::abs(getCoarseThickness()) > SURELY_THICK;
 }
 
 // Without an area the thickness is no number, and only the size counts.
@@ -135,8 +149,6 @@ bool CPatch::isFlatPocket() const
 {
     if (getSize() < SMALL_SIZE)
         return true;
-    if (getSize() >= MEDIUM_SIZE && getCoarseThickness() > SURELY_THICK)
-        return false;
     const double thickness = getVolume() / (getArea() / 2.0) / pMesh->getCalc()->getCellSize();
     return (getSize() < MEDIUM_SIZE && thickness < MEDIUM_THICKNESS) || thickness < LARGE_THICKNESS;
 }
@@ -149,6 +161,9 @@ bool CPatch::splitClosedPatchKill(bool bFlag)
         return false;
     bMayFold = hasFold();
     if (!bMayFold)
+        return false;
+    bJudged = isBulky();
+    if (bJudged)
         return false;
     orient();
     bJudged = !isFlatPocket();
