@@ -166,6 +166,19 @@ struct REdgeEnergy::Shape {
         return altLargestCos < COS_160 ? 1.0 : 0.1;
     }
 
+    // The cosines of the least angle after the flip and before it.
+    double altLeastAngleCos() const
+    {
+        return std::max({cosOf(u01, u0x), -cosOf(u01, u1x), cosOf(u0x, u1x), cosOf(u0x, u02),
+                         -cosOf(u0x, ux2), cosOf(u02, ux2)});
+    }
+    double curLeastAngleCos(const Quad& quad) const
+    {
+        const Vector3 u12 = unitFrom(*quad.p1, *quad.p2);
+        return std::max({cosOf(u01, u02), -cosOf(u01, u12), cosOf(u02, u12), cosOf(u1x, u12),
+                         -cosOf(u1x, ux2), cosOf(ux2, u12)});
+    }
+
     Vector3 u01, u0x, u02, u1x, ux2; // unit vectors between the corners of the quad
     double altLargestCos;            // of the largest angle after the flip
     Vector3 alt0, alt1;              // normals after it, of (p0, p1, px) and (p0, px, p2)
@@ -310,7 +323,9 @@ double REdgeEnergy::rate() const
     double gain = energyGain(quad, shape);
     if (gain == FORBIDDEN)
         return FORBIDDEN;
-    gain = gain - penalty + colorBonus(quad);
+    gain -= penalty;
+    if (const double bonus = colorBonus(quad); bonus > 0.0 && !spoilsShape(quad, shape))
+        gain += bonus;
     if (gain < CLEAR_GAIN)
         gain -= PENALTY_FACTOR * penalty;
     return std::isnan(gain) ? FORBIDDEN : gain;
@@ -337,6 +352,28 @@ double REdgeEnergy::energyGain(const Quad& quad, const Shape& shape) const
         altEnergy += energyOf(1.0 - cosOf(normal, *aAlt[i]), len);
     }
     return curEnergy - altEnergy;
+}
+
+// A fold or a needle that the two triangles did not have. The bonus outweighs all that the energy holds
+// against these, and where colours are speckled it would tear a clean surface to shreds.
+bool REdgeEnergy::spoilsShape(const Quad& quad, const Shape& shape)
+{
+    constexpr double COS_12 = 0.9781476007338057;
+    constexpr double COS_120 = -0.5;
+    const double altLeast = shape.altLeastAngleCos();
+    if (altLeast > COS_12 && altLeast > shape.curLeastAngleCos(quad))
+        return true;
+    double curTurn = cosOf(shape.cur0, shape.cur1), altTurn = cosOf(shape.alt0, shape.alt1);
+    const Vector3* const aCur[4] = {&shape.cur0, &shape.cur0, &shape.cur1, &shape.cur1};
+    const Vector3* const aAlt[4] = {&shape.alt1, &shape.alt0, &shape.alt0, &shape.alt1};
+    for (int i = 0; i < 4; ++i) {
+        const Vector3 normal = quad.rimNormal(quad.aRim[i]);
+        if (normal.isDegenerate())
+            continue;
+        curTurn = std::min(curTurn, cosOf(normal, *aCur[i]));
+        altTurn = std::min(altTurn, cosOf(normal, *aAlt[i]));
+    }
+    return altTurn < COS_120 && altTurn < curTurn;
 }
 
 // For a new edge between like colours in the place of one between different colours.

@@ -21,7 +21,8 @@ struct RECandidate {
 // Rates the flip of an edge: the energy of the edge and of the four edges around it, before minus after. The
 // energy of one edge is (d * length) to the power 0.335, where d is 1 minus the cosine of the angle between
 // the two normals: one sharp edge is cheaper than many soft ones. Flips that make large angles larger pay a
-// penalty; flips that turn an edge along a border between colours get a bonus.
+// penalty; flips that turn an edge along a border between colours get a bonus. An
+// extension of 1.17: no bonus for a flip that makes a needle or a fold.
 //
 // improvement is -DBL_MAX where the flip is impossible or forbidden: the degree is not 2, the new edge exists
 // already, a triangle has no normal or would have none, or the fold would be sharper than 170 degrees and
@@ -89,6 +90,7 @@ private:
     double rate() const;
     double energyGain(const Quad& quad, const Shape& shape) const;
     double colorBonus(const Quad& quad) const;
+    static bool spoilsShape(const Quad& quad, const Shape& shape);
 
     RMesh* pRMesh;
     REdge* pRE;

@@ -213,6 +213,24 @@ TEST(REdgeEnergy, rewards_edges_between_like_colours_up_to_a_limit)
     EXPECT_NEAR(bonus(100, 122, true), 2.0 * (difference - 4.6), 1e-6);
 }
 
+TEST(REdgeEnergy, like_colours_buy_no_needle_and_no_fold)
+{
+    const auto improvement = [](std::vector<Point3> vPoints) {
+        IndexedMesh drawing = strip(1);
+        drawing.vPoints = std::move(vPoints);
+        RealMesh mesh(drawing);
+        for (const int i : {0, 3})
+            mesh.vtx(i)->setColor(9, 9, 9, 255);
+        mesh.vtx(1)->setColor(0, 0, 0, 255);
+        mesh.vtx(2)->setColor(255, 255, 255, 255);
+        return improvementOf(mesh, 1, 2);
+    };
+    EXPECT_GT(improvement({{-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {1, 0, 0}}), 10.0);
+    EXPECT_LT(improvement({{-1, 0, 0}, {0, 0.1, 0}, {0, -0.1, 0}, {1, 0, 0}}), 0.0) << "needle";
+    // An arrowhead: after the flip one triangle stands over the other.
+    EXPECT_LT(improvement({{-1, -1, 0}, {0, 0, 0.5}, {2, 0, 0}, {-1, 1, 0}}), 10.0) << "fold";
+}
+
 TEST(REdgeEnergy, turns_the_second_triangle_to_the_first_and_rates_the_same)
 {
     const IndexedMesh drawing = roughSheet(4, 0.5);
