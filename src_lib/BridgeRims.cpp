@@ -22,13 +22,6 @@ constexpr double MIN_SHARE = 0.4;
 constexpr double STRAIGHT_RIM = 0.42 * REACH;
 constexpr double MIN_EXCESS = 0.85;
 
-Point3 latticePoint(u64 rcd)
-{
-    u64 x, y, z;
-    rcdToXYZ(rcd, x, y, z);
-    return Point3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
-}
-
 // The cells of one sheet with their points.
 class Sheet
 {

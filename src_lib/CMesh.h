@@ -132,8 +132,9 @@ public:
     // patch that is gone.
 
     // Divides the alive triangles into patches: maximal sets that hang together over edges of degree 2 that
-    // are no fences (psFences may be null). The label of a patch is the place of its first triangle in getT,
-    // and patches stand in the order of labels. O(n).
+    // are no fences (psFences may be null). The walk turns triangles so that each patch is consistently
+    // oriented, from its first triangle, but for one-sided ones. The label of a patch is the place of its
+    // first triangle in getT, and patches stand in the order of labels. O(n).
     void createPatches(const std::set<CEdge*>* psFences, std::vector<CPatch*>& vPatchesOut);
 
     // The same, and where patches meet: the edges of degree above 2 by creation number, and the corners

@@ -4,6 +4,7 @@
 #include "messages.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -96,8 +97,7 @@ bool lessByLabel(const CPatch* a, const CPatch* b)
 
 void sortByLabel(std::vector<CPatch*>& vPatches)
 {
-    std::sort(vPatches.begin(), vPatches.end(), lessByLabel);
-    vPatches.erase(std::unique(vPatches.begin(), vPatches.end()), vPatches.end());
+    TESK_TOOLS::sortUnique(vPatches, lessByLabel);
 }
 
 } // namespace

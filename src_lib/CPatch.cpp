@@ -5,6 +5,7 @@
 #include "sortMT.h"
 #include "tesk_tools/keepSingles.h"
 #include "tesk_tools/mixBits.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -20,12 +21,6 @@ namespace
 bool byNumber(const CEdge* a, const CEdge* b)
 {
     return lessByNumber(a, b);
-}
-
-void sortUnique(std::vector<u64>& vCode)
-{
-    std::sort(vCode.begin(), vCode.end());
-    vCode.erase(std::unique(vCode.begin(), vCode.end()), vCode.end());
 }
 
 // One walk of CPatch::orient: grows over regular edges and keeps the edges of higher degree for later.
@@ -484,8 +479,8 @@ void CPatch::setNumInnerVtx()
     collectRim(vRim);
     for (const CEdge* pCE : vRim)
         vBoundaryVCD.insert(vBoundaryVCD.end(), {pCE->getV0(), pCE->getV1()});
-    sortUnique(vAllVCD);
-    sortUnique(vBoundaryVCD);
+    TESK_TOOLS::sortUnique(vAllVCD);
+    TESK_TOOLS::sortUnique(vBoundaryVCD);
     zanAssertText(vBoundaryVCD.size() <= vAllVCD.size(), "vBoundaryVCD.size()<=vAllVCD.size()");
     numInnerVtx = int(vAllVCD.size() - vBoundaryVCD.size());
 }

@@ -4,6 +4,7 @@
 #include "freeFunctions.h"
 #include "meshComponents.h"
 #include "messages.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -27,8 +28,7 @@ std::vector<CEdge*> edgesOf(const std::vector<CTriangle*>& vCT)
     for (const CTriangle* pCT : vCT)
         if (pCT->isAlive())
             vCE.insert(vCE.end(), {pCT->getCEdge(0), pCT->getCEdge(1), pCT->getCEdge(2)});
-    std::sort(vCE.begin(), vCE.end(), [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
-    vCE.erase(std::unique(vCE.begin(), vCE.end()), vCE.end());
+    TESK_TOOLS::sortUnique(vCE, [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
     return vCE;
 }
 
@@ -37,8 +37,7 @@ std::vector<u64> endsOf(const std::vector<CEdge*>& vCE)
     std::vector<u64> vVCD;
     for (const CEdge* pCE : vCE)
         vVCD.insert(vVCD.end(), {pCE->getV0(), pCE->getV1()});
-    std::sort(vVCD.begin(), vVCD.end());
-    vVCD.erase(std::unique(vVCD.begin(), vVCD.end()), vVCD.end());
+    TESK_TOOLS::sortUnique(vVCD);
     return vVCD;
 }
 

@@ -37,6 +37,14 @@ inline void rcdToXYZ(u64 rcd, int& x, int& y, int& z)
     z = static_cast<int>(rcd & RCD_Z);
 }
 
+// The coordinates of a cell or lattice corner as a point: in cells, not in units of the input.
+inline Point3 latticePoint(u64 rcd)
+{
+    u64 x, y, z;
+    rcdToXYZ(rcd, x, y, z);
+    return Point3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
+}
+
 // The low 21 bits of v spread to every third bit, bit i to bit 3i. The inverse is compactBits3.
 inline u64 spreadBits3(u64 v)
 {

@@ -4,6 +4,7 @@
 #include "FieldInflation.h"
 #include "SheetCells.h"
 #include "messages.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -25,8 +26,7 @@ std::vector<u64> cornersOf(const std::vector<Facet*>& vFacets)
     std::vector<u64> vRCC(4 * vFacets.size());
     for (size_t i = 0; i < vFacets.size(); ++i)
         vFacets[i]->getCorners(vRCC.data() + 4 * i);
-    std::sort(vRCC.begin(), vRCC.end());
-    vRCC.erase(std::unique(vRCC.begin(), vRCC.end()), vRCC.end());
+    TESK_TOOLS::sortUnique(vRCC);
     return vRCC;
 }
 

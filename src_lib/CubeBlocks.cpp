@@ -78,8 +78,7 @@ void CubeBlocks::build(const std::vector<u64>& vCCD_srt, int numLevels)
     cells.makeIndex();
     for (const Block& block : cells.getBlocks())
         addKeyBlocks(block);
-    sortMT(vKeyBlocks.begin(), vKeyBlocks.end());
-    vKeyBlocks.erase(std::unique(vKeyBlocks.begin(), vKeyBlocks.end()), vKeyBlocks.end());
+    sortUniqueMT(vKeyBlocks);
     vKeyBlocks.shrink_to_fit();
 }
 

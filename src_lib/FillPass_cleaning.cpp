@@ -2,6 +2,7 @@
 
 #include "CellQueue.h"
 #include "gridComponents.h"
+#include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 
@@ -153,8 +154,7 @@ std::vector<CellPos> FillPass::reclassifyAround(const std::vector<CellPos>& vCha
             vBorder.push_back(pos);
         blocks.forEachNeig(border, pos, CONFIG27_ALL, [&](CellPos neig, int) { vBorder.push_back(neig); });
     }
-    std::sort(vBorder.begin(), vBorder.end());
-    vBorder.erase(std::unique(vBorder.begin(), vBorder.end()), vBorder.end());
+    TESK_TOOLS::sortUnique(vBorder);
     return vBorder;
 }
 

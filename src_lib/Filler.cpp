@@ -30,19 +30,6 @@ constexpr double PAIR_SLACK = 3.0;           // in cells: a pair may be by so mu
 constexpr double WEIGHT_SPAN = 100.0;        // in cells: a nearer pair weighs more by the difference
 constexpr double MIN_WEIGHT = 0.1;
 
-void sortUnique(std::vector<u64>& v)
-{
-    sortMT(v.begin(), v.end());
-    v.erase(std::unique(v.begin(), v.end()), v.end());
-}
-
-Point3 latticePoint(u64 rcd)
-{
-    u64 x, y, z;
-    rcdToXYZ(rcd, x, y, z);
-    return Point3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
-}
-
 double cellDistance(const AffiData& a, const AffiData& b)
 {
     return (latticePoint(a.rcd) - latticePoint(b.rcd)).length();
@@ -81,8 +68,8 @@ Filler::Filler(int numGrowSteps_, std::vector<u64>& vGlobalBorderRCD_,
       vGlobalRCDPoint(vGlobalRCDPoint_), pCalc(pCalc_)
 {
     zanAssertText(numGrowSteps > 0, "numGrowSteps>0");
-    sortUnique(vGlobalBorderRCD);
-    sortUnique(vGlobalAreaRCD);
+    sortUniqueMT(vGlobalBorderRCD);
+    sortUniqueMT(vGlobalAreaRCD);
     if (vGlobalBorderRCD.size() + vGlobalAreaRCD.size() != vGlobalRCDPoint.size())
         messageStream() << "border cells: " << vGlobalBorderRCD.size()
                         << ", area cells: " << vGlobalAreaRCD.size() << ", points: " << vGlobalRCDPoint.size()
@@ -176,8 +163,7 @@ void Filler::determineAffiliation(int radius, std::vector<AffiPair>& vPairs)
             pAffi->minDist = std::min(pAffi->minDist, vNeighbours[i].dist);
         vPairs.push_back(std::minmax(&vAffiData[i], pOther));
     }
-    sortMT(vPairs.begin(), vPairs.end());
-    vPairs.erase(std::unique(vPairs.begin(), vPairs.end()), vPairs.end());
+    sortUniqueMT(vPairs);
     std::erase_if(vPairs, [](const AffiPair& pr) {
         zanAssertText(pr.first < pr.second, "pr.first<pr.second");
         const double limit = cellDistance(*pr.first, *pr.second) - PAIR_SLACK;

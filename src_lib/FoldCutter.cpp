@@ -3,6 +3,7 @@
 #include "CMesh.h"
 #include "PolygonFiller.h"
 #include "freeFunctions.h"
+#include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 #include <map>
@@ -26,19 +27,13 @@ bool contains(const std::vector<CTriangle*>& vCT_srt, const CTriangle* pCT)
     return std::binary_search(vCT_srt.begin(), vCT_srt.end(), pCT, isBefore);
 }
 
-void sortUnique(std::vector<CTriangle*>& vCT)
-{
-    std::sort(vCT.begin(), vCT.end(), isBefore);
-    vCT.erase(std::unique(vCT.begin(), vCT.end()), vCT.end());
-}
-
 // The triangles at the vertices, by number.
 std::vector<CTriangle*> getTrianglesAt(const CMesh& mesh, const std::vector<u64>& vVCD)
 {
     std::vector<CTriangle*> vCT;
     for (const u64 vcd : vVCD)
         mesh.getIncidentT(vcd, vCT);
-    sortUnique(vCT);
+    TESK_TOOLS::sortUnique(vCT, isBefore);
     return vCT;
 }
 
@@ -62,8 +57,7 @@ std::vector<CEdge*> getFolds(const CMesh& mesh, const std::vector<CTriangle*>& v
         for (int ici = 0; ici < 3; ++ici)
             if (isFold(mesh, *pCT->getCEdge(ici)))
                 vCE.push_back(pCT->getCEdge(ici));
-    std::sort(vCE.begin(), vCE.end(), [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
-    vCE.erase(std::unique(vCE.begin(), vCE.end()), vCE.end());
+    TESK_TOOLS::sortUnique(vCE, [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
     return vCE;
 }
 
@@ -116,13 +110,13 @@ void FoldCutter::cutAt(const CEdge& edge)
 {
     std::vector<CTriangle*> vRegionT;
     edge.getTriangles(vRegionT);
-    sortUnique(vRegionT);
+    TESK_TOOLS::sortUnique(vRegionT, isBefore);
     for (int ring = 0; ring < MAX_RINGS && !cutOut(vRegionT); ++ring) {
         const std::size_t numInside = vRegionT.size();
         for (std::size_t i = 0; i < numInside; ++i)
             for (int ici = 0; ici < 3; ++ici)
                 vRegionT[i]->getCEdge(ici)->getTriangles(vRegionT);
-        sortUnique(vRegionT);
+        TESK_TOOLS::sortUnique(vRegionT, isBefore);
     }
 }
 

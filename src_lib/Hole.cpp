@@ -8,6 +8,7 @@
 #include "freeFunctions.h"
 #include "messages.h"
 #include "tesk_tools/keepSingles.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -46,9 +47,7 @@ bool containsByNumber(const std::vector<CTriangle*>& vCT_srt, const CTriangle* p
 
 void sortByNumber(std::vector<CTriangle*>& vCT)
 {
-    std::sort(vCT.begin(), vCT.end(),
-              [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
-    vCT.erase(std::unique(vCT.begin(), vCT.end()), vCT.end());
+    TESK_TOOLS::sortUnique(vCT, [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
 }
 
 struct Coords {
@@ -325,8 +324,7 @@ void Hole::completeInitCbs()
         if (bNeighbours && a[0] > 0 && a[1] > 0 && a[2] > 0 && isInArray(b))
             Calc::getCbsAroundEdge(addressToRCD(addressA), addressToRCD(addressB), vRCD);
     }
-    std::sort(vRCD.begin(), vRCD.end());
-    vRCD.erase(std::unique(vRCD.begin(), vRCD.end()), vRCD.end());
+    TESK_TOOLS::sortUnique(vRCD);
 
     std::vector<Proposal> vWishes;
     for (const u64 rcd : vRCD)
@@ -472,8 +470,7 @@ void Hole::getRowPoints(int numRows, std::vector<Point3>& vRowPoints) const
         for (const CTriangle* pCT : vCT)
             for (int ici = 0; ici < 3; ++ici)
                 vRowCCD.push_back(pCT->getCorner(ici));
-        std::sort(vRowCCD.begin(), vRowCCD.end());
-        vRowCCD.erase(std::unique(vRowCCD.begin(), vRowCCD.end()), vRowCCD.end());
+        TESK_TOOLS::sortUnique(vRowCCD);
     }
     for (const u64 ccd : vRowCCD)
         vRowPoints.push_back(pCMesh->getAvgPoint(ccd));

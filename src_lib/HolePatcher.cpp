@@ -9,6 +9,7 @@
 #include "PolygonFiller.h"
 #include "freeFunctions.h"
 #include "patchCrossings.h"
+#include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 #include <iterator>
@@ -94,8 +95,7 @@ bool HolePatcher::keepIfSound()
         for (int ici = 0; ici < 3; ++ici)
             if (mNumFans.count(pCT->getCorner(ici)) == 0)
                 vInnerVCD.push_back(pCT->getCorner(ici));
-    std::sort(vInnerVCD.begin(), vInnerVCD.end());
-    vInnerVCD.erase(std::unique(vInnerVCD.begin(), vInnerVCD.end()), vInnerVCD.end());
+    TESK_TOOLS::sortUnique(vInnerVCD);
 
     if (!isDisc()) {
         takeBack();

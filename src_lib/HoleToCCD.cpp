@@ -4,6 +4,7 @@
 #include "Chain.h"
 #include "ChainMgr.h"
 #include "Loop.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -83,9 +84,7 @@ std::unique_ptr<CMesh> HoleToCCD::createBorderMesh(Chain* pChain, std::vector<CE
     std::vector<CTriangle*> vCT;
     for (const auto& [vcd, num] : mVCD2Num)
         pOldMesh->getIncidentT(vcd, vCT);
-    std::sort(vCT.begin(), vCT.end(),
-              [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
-    vCT.erase(std::unique(vCT.begin(), vCT.end()), vCT.end());
+    TESK_TOOLS::sortUnique(vCT, [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
 
     mCCD2Bundle.clear();
     const std::map<u64, Bundle*>& mOldBundles = pOldMesh->getBundles();

@@ -5,6 +5,7 @@
 #include "HoleTrend.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -91,8 +92,7 @@ void Hole::inflateAllSteps()
 {
     const StageTimer stage("HO_inflate");
     std::vector<int> vCurAddr = vSeedAddr, vNextAddr;
-    std::sort(vCurAddr.begin(), vCurAddr.end());
-    vCurAddr.erase(std::unique(vCurAddr.begin(), vCurAddr.end()), vCurAddr.end());
+    TESK_TOOLS::sortUnique(vCurAddr);
     vGrowAddr.clear();
     say("numGrowSteps: ", std::size_t(numGrowSteps));
     for (int step = 0; step < numGrowSteps; ++step) {
@@ -207,16 +207,13 @@ HoleTrend Hole::getTrend() const
         for (const CTriangle* pCT : vCT)
             for (int ici = 0; ici < 3; ++ici)
                 vCCD.push_back(pCT->getCorner(ici));
-        std::sort(vCCD.begin(), vCCD.end());
-        vCCD.erase(std::unique(vCCD.begin(), vCCD.end()), vCCD.end());
+        TESK_TOOLS::sortUnique(vCCD);
     }
     std::vector<Point3*> vPoints;
     for (const u64 ccd : vCCD)
         vPoints.push_back(pCMesh->getVtx(ccd));
 
-    std::sort(vCT.begin(), vCT.end(),
-              [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
-    vCT.erase(std::unique(vCT.begin(), vCT.end()), vCT.end());
+    TESK_TOOLS::sortUnique(vCT, [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
     std::vector<Vector3> vNNV;
     for (const CTriangle* pCT : vCT) {
         bool bOK = false;

@@ -6,6 +6,7 @@
 #include "Visualizer3.h"
 #include "freeFunctions.h"
 #include "stageTrace.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -207,8 +208,7 @@ void Hole::makeTriangles(const std::vector<u64>& vHoleCCDs, const std::vector<u6
         pCalc->completeCubeKeys8(keys);
         vVCD.insert(vVCD.end(), keys, keys + 8);
     }
-    std::sort(vVCD.begin(), vVCD.end());
-    vVCD.erase(std::unique(vVCD.begin(), vVCD.end()), vVCD.end());
+    TESK_TOOLS::sortUnique(vVCD);
 
     std::vector<u64> vTriCCD, vAmbiguousT;
     for (const u64 vcd : vVCD) {

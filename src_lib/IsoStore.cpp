@@ -3,6 +3,7 @@
 #include "Bundle.h"
 #include "Calc.h"
 #include "messages.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -132,8 +133,7 @@ std::size_t IsoStore::simplifyInflates()
             if (ccdNeig != FAILED_CODE && !isSet(ccdNeig) && isBetweenSetCells(ccdNeig))
                 vFillCCD.push_back(ccdNeig);
         }
-    std::sort(vFillCCD.begin(), vFillCCD.end());
-    vFillCCD.erase(std::unique(vFillCCD.begin(), vFillCCD.end()), vFillCCD.end()); // found along each axis
+    TESK_TOOLS::sortUnique(vFillCCD); // found along each axis
     for (const u64 ccd : vFillCCD)
         set(ccd, true);
     simplify();

@@ -166,6 +166,20 @@ struct REdgeEnergy::Shape {
         return altLargestCos < COS_160 ? 1.0 : 0.1;
     }
 
+    // Calls f(edge, cosine of the turn across it, the same after the flip) for the edges around the quad that
+    // have a neighbour with a normal.
+    template <class F>
+    void forEachRim(const Quad& quad, F f) const
+    {
+        const Vector3* const aCur[4] = {&cur0, &cur0, &cur1, &cur1};
+        const Vector3* const aAlt[4] = {&alt1, &alt0, &alt0, &alt1};
+        for (int i = 0; i < 4; ++i) {
+            const Vector3 normal = quad.rimNormal(quad.aRim[i]);
+            if (!normal.isDegenerate())
+                f(*quad.aRim[i].getRE(), cosOf(normal, *aCur[i]), cosOf(normal, *aAlt[i]));
+        }
+    }
+
     // The cosines of the least angle after the flip and before it.
     double altLeastAngleCos() const
     {
@@ -341,16 +355,11 @@ double REdgeEnergy::energyGain(const Quad& quad, const Shape& shape) const
         return FORBIDDEN;
     double curEnergy = energyOf(curDih, (*quad.p2 - *quad.p1).length());
     double altEnergy = energyOf(altDih, (*quad.px - *quad.p0).length());
-    const Vector3* const aCur[4] = {&shape.cur0, &shape.cur0, &shape.cur1, &shape.cur1};
-    const Vector3* const aAlt[4] = {&shape.alt1, &shape.alt0, &shape.alt0, &shape.alt1};
-    for (int i = 0; i < 4; ++i) {
-        const Vector3 normal = quad.rimNormal(quad.aRim[i]);
-        if (normal.isDegenerate())
-            continue;
-        const double len = quad.aRim[i].getRE()->getLength();
-        curEnergy += energyOf(1.0 - cosOf(normal, *aCur[i]), len);
-        altEnergy += energyOf(1.0 - cosOf(normal, *aAlt[i]), len);
-    }
+    shape.forEachRim(quad, [&](const REdge& rim, double curCos, double altCos) {
+        const double len = rim.getLength();
+        curEnergy += energyOf(1.0 - curCos, len);
+        altEnergy += energyOf(1.0 - altCos, len);
+    });
     return curEnergy - altEnergy;
 }
 
@@ -364,15 +373,10 @@ bool REdgeEnergy::spoilsShape(const Quad& quad, const Shape& shape)
     if (altLeast > COS_12 && altLeast > shape.curLeastAngleCos(quad))
         return true;
     double curTurn = cosOf(shape.cur0, shape.cur1), altTurn = cosOf(shape.alt0, shape.alt1);
-    const Vector3* const aCur[4] = {&shape.cur0, &shape.cur0, &shape.cur1, &shape.cur1};
-    const Vector3* const aAlt[4] = {&shape.alt1, &shape.alt0, &shape.alt0, &shape.alt1};
-    for (int i = 0; i < 4; ++i) {
-        const Vector3 normal = quad.rimNormal(quad.aRim[i]);
-        if (normal.isDegenerate())
-            continue;
-        curTurn = std::min(curTurn, cosOf(normal, *aCur[i]));
-        altTurn = std::min(altTurn, cosOf(normal, *aAlt[i]));
-    }
+    shape.forEachRim(quad, [&](const REdge&, double curCos, double altCos) {
+        curTurn = std::min(curTurn, curCos);
+        altTurn = std::min(altTurn, altCos);
+    });
     return altTurn < COS_120 && altTurn < curTurn;
 }
 

@@ -4,6 +4,7 @@
 
 #include "Point3.h"
 #include "tesk_tools/SmallVector.h"
+#include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -44,8 +45,7 @@ inline std::uint32_t numberOf(const Point3* pVtx)
 template <class T>
 void sortUniqueByNumber(std::vector<T*>& v)
 {
-    std::sort(v.begin(), v.end(), [](const T* p0, const T* p1) { return numberOf(p0) < numberOf(p1); });
-    v.erase(std::unique(v.begin(), v.end()), v.end());
+    TESK_TOOLS::sortUnique(v, [](const T* p0, const T* p1) { return numberOf(p0) < numberOf(p1); });
 }
 
 } // namespace TESK_ZAN

@@ -3,6 +3,7 @@
 #include "Calc.h"
 #include "messages.h"
 #include "removalRules.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -140,8 +141,7 @@ void writeArray(std::ostream& out, const char* name, const std::vector<u64>& vWo
 
 RemoveDecider_RCD::RemoveDecider_RCD(const std::vector<u64>& vRCD) : vSortedRCD(vRCD)
 {
-    std::sort(vSortedRCD.begin(), vSortedRCD.end());
-    vSortedRCD.erase(std::unique(vSortedRCD.begin(), vSortedRCD.end()), vSortedRCD.end());
+    TESK_TOOLS::sortUnique(vSortedRCD);
     vAlive.assign(vSortedRCD.size(), 1);
 }
 

@@ -3,6 +3,7 @@
 #include "CMesh.h"
 #include "freeFunctions.h"
 #include "messages.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -90,8 +91,7 @@ std::vector<u64> thirdCells(u64 rcd0, u64 rcd1)
     std::vector<u64> vNeigRCD(2 * 26);
     Calc::completeArray26_RCD(rcd0, vNeigRCD.data());
     Calc::completeArray26_RCD(rcd1, vNeigRCD.data() + 26);
-    std::sort(vNeigRCD.begin(), vNeigRCD.end());
-    vNeigRCD.erase(std::unique(vNeigRCD.begin(), vNeigRCD.end()), vNeigRCD.end());
+    TESK_TOOLS::sortUnique(vNeigRCD);
     std::vector<u64> vThirdRCDs;
     for (const u64 rcd : vNeigRCD) {
         sortedCorners(rcd, vCornersThird);

@@ -2,6 +2,7 @@
 
 #include "RPatch.h"
 #include "stageTrace.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -39,12 +40,6 @@ Vector3 unitOrNull(const Vector3& v)
     return len > 0.0 && std::isfinite(len) ? v / len : Vector3();
 }
 
-void sortUnique(std::vector<std::uint32_t>& v)
-{
-    std::sort(v.begin(), v.end());
-    v.erase(std::unique(v.begin(), v.end()), v.end());
-}
-
 } // namespace
 
 // ---- Seams and patches ----
@@ -63,7 +58,7 @@ SeamSheets::SeamSheets(const RMesh& mesh_, std::vector<REdge*> vSeamRE_)
     for (REdge* pRE : vSeamRE)
         addSeam(pRE);
     for (Patch& patch : vPatches)
-        sortUnique(patch.vSeams);
+        TESK_TOOLS::sortUnique(patch.vSeams);
 }
 
 void SeamSheets::addSeam(REdge* pRE)
@@ -186,7 +181,7 @@ void SeamSheets::addEffects(const Seam& seam, int sign)
     for (const Slot& slot : seam.vSlots)
         if (slot.group == OPEN)
             vRoots.push_back(sheetOf(slot));
-    sortUnique(vRoots);
+    TESK_TOOLS::sortUnique(vRoots);
     for (const Index root : vRoots) {
         vPatches[root].effect.add(effectAt(seam, root), sign);
         if (sign > 0)
@@ -248,7 +243,7 @@ void SeamSheets::detach(Index root)
     patch.bDetached = true;
     patch.bScrap = patch.effect.numOwnEnds > 0 && patch.numT < MIN_SHEET_T;
     std::vector<Index> vOwnSeams = patch.vSeams;
-    sortUnique(vOwnSeams);
+    TESK_TOOLS::sortUnique(vOwnSeams);
     for (const Index seam : vOwnSeams)
         detachAt(vSeams[seam], root);
 }

@@ -2,6 +2,7 @@
 
 #include "CMesh.h"
 #include "SideForest.h"
+#include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -228,8 +229,7 @@ private:
             for (const Index neig : vRims[rim].vPieces)
                 if (neig != piece)
                     vNeigs.push_back(neig);
-        std::sort(vNeigs.begin(), vNeigs.end());
-        vNeigs.erase(std::unique(vNeigs.begin(), vNeigs.end()), vNeigs.end());
+        TESK_TOOLS::sortUnique(vNeigs);
     }
 
     // Where both make a difference they make none together.

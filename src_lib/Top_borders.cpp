@@ -268,8 +268,7 @@ void Top::cbsComplete(Voro* pVoro)
     appendCubesAtEdges(pCalc, vDeg4, vGeneratingVCDs);
     pProgress->tick();
 
-    sortMT(vGeneratingVCDs.begin(), vGeneratingVCDs.end());
-    vGeneratingVCDs.erase(std::unique(vGeneratingVCDs.begin(), vGeneratingVCDs.end()), vGeneratingVCDs.end());
+    sortUniqueMT(vGeneratingVCDs);
     if (!vGeneratingVCDs.empty() || !isAsExtracted())
         pMesh = pVoro->extractWithExtraCCDs(vGeneratingVCDs);
     pProgress->tick();

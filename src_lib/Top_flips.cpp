@@ -199,8 +199,7 @@ std::vector<u64> getBorderCCD(const CMesh* pMesh)
         vBorderCCD.push_back(pCE->getV0());
         vBorderCCD.push_back(pCE->getV1());
     }
-    sortMT(vBorderCCD.begin(), vBorderCCD.end());
-    vBorderCCD.erase(std::unique(vBorderCCD.begin(), vBorderCCD.end()), vBorderCCD.end());
+    sortUniqueMT(vBorderCCD);
     return vBorderCCD;
 }
 

@@ -42,12 +42,6 @@ bool isFlat(int config)
 // By the axes on which a member and the key agree, as 4 x + 2 y + z.
 constexpr std::array<int, 7> VALUE_BY_AGREEMENT = {8, 1, 128, 16, 4, 2, 64};
 
-void sortUnique(std::vector<u64>& v)
-{
-    sortMT(v.begin(), v.end());
-    v.erase(std::unique(v.begin(), v.end()), v.end());
-}
-
 bool hasEdgeBelowDegree2(const CTriangle* pCT)
 {
     return pCT->getCEdge(0)->getDegree() < 2 || pCT->getCEdge(1)->getDegree() < 2 ||
@@ -260,8 +254,8 @@ void Voro::createExtraCCDs_borderFix(const std::vector<u64>& vVCD, std::vector<u
                 vRemoveCCD.push_back(array[bit]);
         }
     }
-    sortUnique(vExtraCCD);
-    sortUnique(vRemoveCCD);
+    sortUniqueMT(vExtraCCD);
+    sortUniqueMT(vRemoveCCD);
 }
 
 CMesh* Voro::extractWithExtraCCDs(const std::vector<u64>& vGeneratingVCDs)
@@ -269,7 +263,7 @@ CMesh* Voro::extractWithExtraCCDs(const std::vector<u64>& vGeneratingVCDs)
     std::vector<u64> vExtraCCD, vRemoveCCD;
     createExtraCCDs_borderFix(vGeneratingVCDs, vExtraCCD, vRemoveCCD);
     vCCD.insert(vCCD.end(), vExtraCCD.begin(), vExtraCCD.end());
-    sortUnique(vCCD);
+    sortUniqueMT(vCCD);
     removeCells(vRemoveCCD, vExtraCCD);
     rebuildBlocks();
     fatExtractTriangles();

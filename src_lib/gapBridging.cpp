@@ -56,13 +56,6 @@ bool isAffordable(size_t numBorder, int numGrowSteps)
     return false;
 }
 
-Point3 latticePoint(u64 rcd)
-{
-    u64 x, y, z;
-    rcdToXYZ(rcd, x, y, z);
-    return Point3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
-}
-
 u64 nearestCell(const Point3& place)
 {
     return xyzToRCD(truncateToCoord(place.x() + 0.5), truncateToCoord(place.y() + 0.5),

@@ -16,12 +16,6 @@ namespace TESK_ZAN
 namespace
 {
 
-void sortUnique(std::vector<u64>& vCodes)
-{
-    sortMT(vCodes.begin(), vCodes.end());
-    vCodes.erase(std::unique(vCodes.begin(), vCodes.end()), vCodes.end());
-}
-
 // 64 cells along z: the key is an RCD without its low 6 bits, bit i the cell with z & 63 == i. Sets of cells
 // are lists of runs in ascending order of the keys, no key twice and no run empty; the cells of such a list
 // ascend.
@@ -235,7 +229,7 @@ void getAll6Neigs(const std::vector<u64>& vIn, bool bSort, std::vector<u64>& vOu
     transformMT_N(
         vIn, vOut, [](u64 rcd, u64* pNeigs) { Calc::getNeigs6_RCD(rcd, pNeigs); }, 6);
     if (bSort)
-        sortUnique(vOut);
+        sortUniqueMT(vOut);
 }
 
 void getAll8Corners(const std::vector<u64>& vIn, bool bSort, std::vector<u64>& vOut)
@@ -246,7 +240,7 @@ void getAll8Corners(const std::vector<u64>& vIn, bool bSort, std::vector<u64>& v
     };
     transformMT_N(vIn, vOut, writeCorners, 8);
     if (bSort)
-        sortUnique(vOut);
+        sortUniqueMT(vOut);
 }
 
 void growRCDs(const std::vector<u64>& vIn, int numRings, bool bKeepSeeds, std::vector<u64>& vOut)

@@ -3,6 +3,7 @@
 #include "CEdge.h"
 #include "CTriangle.h"
 #include "sortMT.h"
+#include "tesk_tools/sortUnique.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -101,8 +102,7 @@ void createCC(const std::vector<CEdge*>& vCE, std::vector<std::vector<CEdge*>>& 
             edges.takeAll(pCE->getV0(), vWork);
             edges.takeAll(pCE->getV1(), vWork);
         }
-        std::sort(vCC.begin(), vCC.end(), [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
-        vCC.erase(std::unique(vCC.begin(), vCC.end()), vCC.end());
+        TESK_TOOLS::sortUnique(vCC, [](const CEdge* a, const CEdge* b) { return lessByNumber(a, b); });
         num += vCC.size();
         vvCC.push_back(std::move(vCC));
     }

@@ -214,6 +214,14 @@ void sortMT(Iter first, Iter last)
     sortMT(first, last, std::less<typename std::iterator_traits<Iter>::value_type>());
 }
 
+// Sorts, and leaves one of equal elements.
+template <class T>
+void sortUniqueMT(std::vector<T>& v)
+{
+    sortMT(v.begin(), v.end());
+    v.erase(std::unique(v.begin(), v.end()), v.end());
+}
+
 // ---- loops over parts of a range -------------------------------------------------------------------------
 
 // The tasks of one call, each for the elements [start, end) of a range.

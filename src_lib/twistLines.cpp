@@ -4,6 +4,7 @@
 #include "SideForest.h"
 #include "sortMT.h"
 #include "stageTrace.h"
+#include "tesk_tools/sortUnique.h"
 #include "twistCut.h"
 
 #include <algorithm>
@@ -51,8 +52,7 @@ std::vector<int> patchesAt(const std::vector<REdge*>& vTwistedRE)
     std::vector<int> vPatchIds;
     for (const REdge* pRE : vTwistedRE)
         vPatchIds.push_back(pRE->getTriangle(true, false)->getPatch()->getId());
-    std::sort(vPatchIds.begin(), vPatchIds.end());
-    vPatchIds.erase(std::unique(vPatchIds.begin(), vPatchIds.end()), vPatchIds.end());
+    TESK_TOOLS::sortUnique(vPatchIds);
     return vPatchIds;
 }
 

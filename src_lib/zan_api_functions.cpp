@@ -47,6 +47,11 @@ std::shared_ptr<Mesh> reconstruct(const std::vector<Point3>& vPoints, double spa
     return pMesh;
 }
 
+void inputSoup(CloudMgr& cldMgr, const std::vector<Point3>& vCorners, double spacingAbs, double featureAngle)
+{
+    cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr, NO_FILL);
+}
+
 } // namespace
 
 std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spacingFactor, int fillSize)
@@ -65,8 +70,7 @@ std::shared_ptr<Mesh> melt(std::vector<Point3>& vCorners, double spacingAbs, dou
     std::shared_ptr<Mesh> pMesh;
     {
         CloudMgr cldMgr; // before the Hal, which reads the cloud's Calc to its end
-        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
-                                    NO_FILL);
+        inputSoup(cldMgr, vCorners, spacingAbs, featureAngle);
         Hal hal(&cldMgr);
         pMesh = hal.oneMelt();
     }
@@ -81,8 +85,7 @@ void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAng
     ProgressTree tree("ToCloud", toCloudPhases());
     {
         CloudMgr cldMgr; // before the Hal; the points are its cloud's
-        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
-                                    NO_FILL);
+        inputSoup(cldMgr, vCorners, spacingAbs, featureAngle);
         std::vector<Point3*> vPoints;
         Hal(&cldMgr).toCloud(vPoints);
         vResult.reserve(vResult.size() + vPoints.size());
@@ -269,8 +272,7 @@ void fillGaps(std::vector<Point3>& vCorners, double spacingAbs, double featureAn
     ProgressTree tree("FillGaps", fillGapsPhases());
     {
         CloudMgr cldMgr; // before the Hal; the points are its cloud's
-        cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr,
-                                    NO_FILL);
+        inputSoup(cldMgr, vCorners, spacingAbs, featureAngle);
         Hal(&cldMgr).fillGaps(growSteps, vResult);
     }
     tree.finish(); // the subscriber can throw once more
