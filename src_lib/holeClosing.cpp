@@ -1,12 +1,12 @@
 #include "holeClosing.h"
 
 #include "Chain.h"
-#include "ChainMgr.h"
 #include "HoleBridge.h"
 #include "HolePatcher.h"
 #include "Progress.h"
 #include "RMesh.h"
 #include "borderLoops.h"
+#include "edgeMap.h"
 #include "freeFunctions.h"
 #include "messages.h"
 #include "stageTrace.h"
@@ -15,7 +15,6 @@
 #include <cmath>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace TESK_ZAN
@@ -49,63 +48,47 @@ bool isSmallAndFlat(const std::vector<REdge*>& vLoopRE)
 
 enum Method { ME_EARS, ME_VOLUME };
 
-// What one method makes of a border loop, on the bridge's side yet. There is one hole in a loop as a rule,
-// and several where its path touches itself.
+enum Outcome { OC_CLOSED, OC_RIM, OC_LEFT_OPEN };
+
+// What one method makes of a border loop, on the bridge's side yet.
 struct Attempt {
+    Outcome outcome = OC_LEFT_OPEN;
     std::unique_ptr<HoleBridge> pBridge;
     std::vector<CTriangle*> vNewT, vGoneT;
-    std::size_t numClosed = 0, numRims = 0, numLeftOpen = 0;
-    std::size_t numFolds = 0;
-
-    bool isBetterThan(const Attempt& other) const
-    {
-        return std::pair(numLeftOpen, numFolds) < std::pair(other.numLeftOpen, other.numFolds);
-    }
 };
 
-Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, std::size_t maxEdges, Method method)
+Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method)
 {
     Attempt attempt;
     attempt.pBridge = std::make_unique<HoleBridge>(&mesh, vLoopRE, method == ME_EARS ? BR_ROWS : BR_BOX);
-    if (!attempt.pBridge->isBuilt()) {
-        attempt.numLeftOpen = vLoopRE.size() <= maxEdges ? 1 : 0;
+    if (!attempt.pBridge->isBuilt())
+        return attempt;
+    CMesh* pCMesh = attempt.pBridge->getCMesh();
+    EdgeMap mmVCD2CE = getEdgeMap(attempt.pBridge->getLoopCE());
+    Chain chain(pCMesh, mmVCD2CE);
+    if (!chain.isGoodHole()) {
+        attempt.outcome = OC_RIM;
         return attempt;
     }
-    CMesh* pCMesh = attempt.pBridge->getCMesh();
-    const ChainMgr chainMgr(pCMesh, getEdgeMap(attempt.pBridge->getLoopCE()), true);
-    for (u64 i = 0; i < chainMgr.getNumChains(); ++i) {
-        Chain* pChain = chainMgr.getChain(i);
-        std::vector<CEdge*> vCE;
-        pChain->getEdges(vCE);
-        if (!pChain->isClosed() || vCE.size() > maxEdges)
-            continue;
-        if (!pChain->isGoodHole()) {
-            ++attempt.numRims;
-            continue;
-        }
-        HolePatcher patcher(pCMesh, pChain);
-        const bool bClosed = method == ME_EARS ? patcher.closeByEars() : patcher.closeByVolume();
-        ++(bClosed ? attempt.numClosed : attempt.numLeftOpen);
-        attempt.numFolds += patcher.getNumFolds();
-        attempt.vNewT.insert(attempt.vNewT.end(), patcher.getNewT().begin(), patcher.getNewT().end());
-        attempt.vGoneT.insert(attempt.vGoneT.end(), patcher.getGoneT().begin(), patcher.getGoneT().end());
+    HolePatcher patcher(pCMesh, &chain);
+    if (method == ME_EARS ? patcher.closeByEars() : patcher.closeByVolume()) {
+        attempt.outcome = OC_CLOSED;
+        attempt.vNewT = patcher.getNewT();
+        attempt.vGoneT = patcher.getGoneT();
     }
     return attempt;
 }
 
 // The second method only where the first one left a hole open.
-Attempt closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE, std::size_t maxEdges)
+Outcome closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE)
 {
     const bool bEarsFirst = isSmallAndFlat(vLoopRE);
-    Attempt attempt = tryMethod(mesh, vLoopRE, maxEdges, bEarsFirst ? ME_EARS : ME_VOLUME);
-    if (attempt.numLeftOpen > 0) {
-        Attempt second = tryMethod(mesh, vLoopRE, maxEdges, bEarsFirst ? ME_VOLUME : ME_EARS);
-        if (second.isBetterThan(attempt))
-            attempt = std::move(second);
-    }
-    if (!attempt.vNewT.empty())
+    Attempt attempt = tryMethod(mesh, vLoopRE, bEarsFirst ? ME_EARS : ME_VOLUME);
+    if (attempt.outcome == OC_LEFT_OPEN)
+        attempt = tryMethod(mesh, vLoopRE, bEarsFirst ? ME_VOLUME : ME_EARS);
+    if (attempt.outcome == OC_CLOSED)
         attempt.pBridge->bringBack(attempt.vNewT, attempt.vGoneT);
-    return attempt;
+    return attempt.outcome;
 }
 
 } // namespace
@@ -115,15 +98,17 @@ HoleReport closeHoles(RMesh& mesh, int maxEdges)
     const StageTimer stage("HO_close");
     std::vector<std::vector<REdge*>> vLoops;
     getBorderLoops(mesh, vLoops);
-    const std::size_t maxChain = maxEdges > 0 ? std::size_t(maxEdges) : mesh.getAllRE().size();
+    const std::size_t maxLoop = maxEdges > 0 ? std::size_t(maxEdges) : mesh.getAllRE().size();
 
     HoleReport report;
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("HO_close", vLoops.size());
     for (const std::vector<REdge*>& vLoopRE : vLoops) {
-        const Attempt attempt = closeLoop(mesh, vLoopRE, maxChain);
-        report.numClosed += attempt.numClosed;
-        report.numRims += attempt.numRims;
-        report.numLeftOpen += attempt.numLeftOpen;
+        if (vLoopRE.size() <= maxLoop) {
+            const Outcome outcome = closeLoop(mesh, vLoopRE);
+            report.numClosed += outcome == OC_CLOSED ? 1 : 0;
+            report.numRims += outcome == OC_RIM ? 1 : 0;
+            report.numLeftOpen += outcome == OC_LEFT_OPEN ? 1 : 0;
+        }
         pProgress->tick();
     }
     pProgress->finish(true);

@@ -20,6 +20,7 @@
 #include <functional>
 #include <map>
 #include <numbers>
+#include <random>
 #include <set>
 
 using namespace TESK_ZAN;
@@ -135,6 +136,7 @@ TEST(BorderLoops, eachLoopComesOnceInPathOrderAlsoWhereTwoTouch)
     const RealMesh mesh(indexed);
     std::vector<std::vector<REdge*>> vLoops;
     getBorderLoops(*mesh.pMesh, vLoops);
+    EXPECT_EQ(vLoops.size(), 2u);
     size_t numRE = 0;
     for (const auto& vLoopRE : vLoops)
         for (size_t i = 0; i < vLoopRE.size(); ++i, ++numRE) {
@@ -178,6 +180,30 @@ TEST(CloseHoles, outerRimsStayAndTheMouthOfACupIsAHole)
     EXPECT_EQ(closedCup.report.numClosed, 2u) << "its mouth and its bottom";
     EXPECT_TRUE(checkMesh(closedCup.result).isClosedManifold());
     EXPECT_TRUE(checkMesh(closedCup.result).isOriented());
+}
+
+TEST(CloseHoles, holesThatTouchEachOtherOrTheOuterRimAreAllClosedAndTheRimStays)
+{
+    constexpr int N = 12;
+    const IndexedMesh disc = rings(N, {{1, 0}, {0.8, 0}, {0.6, 0}, {0.4, 0}});
+    std::mt19937 random(3);
+    for (int i = 0; i < 60; ++i) {
+        std::set<size_t> sDropped;
+        while (sDropped.size() < 5) {
+            const size_t t = random() % disc.numT();
+            if (t >= 2 * N || t % 2 == 1) // even ones of the first ring have a side on the rim
+                sDropped.insert(t);
+        }
+        IndexedMesh indexed = disc;
+        drop(indexed, {sDropped.begin(), sDropped.end()});
+        const Closed closed(indexed);
+        EXPECT_EQ(closed.report.numRims, 1u) << i;
+        EXPECT_EQ(closed.text, "") << i;
+        const MeshReport report = checkMesh(closed.result);
+        EXPECT_EQ(report.numEdges(1), size_t(N)) << i;
+        EXPECT_TRUE(report.isManifold() && report.isOriented()) << i;
+        EXPECT_NEAR(meshArea(closed.result), N * std::sin(2 * std::numbers::pi / N) / 2, 1e-9) << i;
+    }
 }
 
 TEST(CloseHoles, onlyHolesWithAtMostSoManyEdgesAreClosed)
