@@ -110,17 +110,26 @@ bool hasWord(std::string_view line, std::string_view word, std::string_view capi
 struct StlRules {
     bool bCapitals = false;      // of the words within a loop
     bool bTrianglesOnly = false; // loops without exactly three vertices give nothing
+    bool bWholeOnly = false;     // a file that ends within a loop is refused, one without "endsolid" suspect
 };
 
-// Step 2 of the STL reader: the vertices up to "endloop". Returns how many there were.
-size_t readLoop(BlockReader& reader, const StlRules& rules, std::vector<Point3>& vPoints)
+struct LoopRead {
+    size_t numVertices = 0;
+    bool bEnded = false; // false: the file ends within
+};
+
+// Step 2 of the STL reader: the vertices up to "endloop".
+LoopRead readLoop(BlockReader& reader, const StlRules& rules, std::vector<Point3>& vPoints)
 {
     const std::string_view endWord = rules.bCapitals ? "ENDLOOP" : "endloop";
     const std::string_view vertexWord = rules.bCapitals ? "VERTEX" : "vertex";
-    size_t numVertices = 0;
+    LoopRead loop;
     std::string_view line;
     Point3 point;
-    while (reader.nextLine(line) && !hasWord(line, "endloop", endWord)) {
+    while (reader.nextLine(line)) {
+        loop.bEnded = hasWord(line, "endloop", endWord);
+        if (loop.bEnded)
+            break;
         if (!hasWord(line, "vertex", vertexWord))
             continue;
         const char* p = line.data();
@@ -130,11 +139,11 @@ size_t readLoop(BlockReader& reader, const StlRules& rules, std::vector<Point3>&
         if (!extractPoint(p, end, point))
             continue;
         vPoints.push_back(point);
-        ++numVertices;
+        ++loop.numVertices;
     }
-    if (rules.bTrianglesOnly && numVertices != 3)
-        vPoints.resize(vPoints.size() - numVertices);
-    return numVertices;
+    if (rules.bTrianglesOnly && loop.numVertices != 3)
+        vPoints.resize(vPoints.size() - loop.numVertices);
+    return loop;
 }
 
 bool readStl(const char* name, const StlRules& rules, std::vector<Point3>& vPoints)
@@ -147,14 +156,28 @@ bool readStl(const char* name, const StlRules& rules, std::vector<Point3>& vPoin
     AppendedPoints appended(vPoints);
     BlockReader reader(in);
     size_t numOddLoops = 0;
+    LoopRead loop{.bEnded = true};
+    bool bSolidEnded = false;
     std::string_view line;
-    while (reader.nextLine(line))
-        if (hasWord(line, "outer loop", "OUTER LOOP"))
-            numOddLoops += readLoop(reader, rules, vPoints) == 3 ? 0 : 1;
+    while (reader.nextLine(line)) {
+        bSolidEnded = bSolidEnded || hasWord(line, "endsolid", "ENDSOLID");
+        if (!hasWord(line, "outer loop", "OUTER LOOP"))
+            continue;
+        bSolidEnded = false;
+        loop = readLoop(reader, rules, vPoints);
+        numOddLoops += loop.numVertices == 3 ? 0 : 1;
+    }
     if (reader.failed()) {
         messageStream() << "readSTL(): " << name << " is unreadable\n";
         return false;
     }
+    if (rules.bWholeOnly && !loop.bEnded) {
+        messageStream() << "readSTL(): " << name << " ends within a facet, it has been cut short\n";
+        return false;
+    }
+    if (rules.bWholeOnly && !bSolidEnded)
+        zanWarning("readSTL()",
+                   std::string(name) + " has no endsolid at its end, it may have been cut short");
     if (numOddLoops > 0)
         zanWarning("readSTL()", std::string(name) + ": " + std::to_string(numOddLoops) +
                                     " facets without exactly three vertices");
@@ -250,7 +273,7 @@ bool readSTL_ASCII(const char* name, std::vector<Point3>& vPoints)
 
 bool readSTLTriangles(const char* name, std::vector<Point3>& vPoints)
 {
-    return readStl(name, {.bCapitals = true, .bTrianglesOnly = true}, vPoints);
+    return readStl(name, {.bCapitals = true, .bTrianglesOnly = true, .bWholeOnly = true}, vPoints);
 }
 
 bool writePoints_ASCII(const char* name, const std::vector<Point3>& vPoints)

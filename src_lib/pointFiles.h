@@ -22,7 +22,8 @@ ZAN_EXPORT bool readPoints_BIN(const char* name, std::vector<Point3>& vPoints);
 ZAN_EXPORT bool readSTL_ASCII(const char* name, std::vector<Point3>& vPoints);
 
 // readSTL_ASCII for whoever needs triangles: facets without exactly three vertices are left out, with a
-// warning that counts them, and the words may be in capitals.
+// warning that counts them, and the words may be in capitals. False, and nothing appended, if the file ends
+// within a facet; a warning if it does not end with "endsolid".
 bool readSTLTriangles(const char* name, std::vector<Point3>& vPoints);
 
 ZAN_EXPORT bool writePoints_auto(std::string& name, std::vector<Point3>& vPoints, bool bAscii);

@@ -207,7 +207,8 @@ ZAN_EXPORT bool loadPoints(const std::string& name, std::vector<Point3>& vPoints
 
 // Three corners a triangle, for meshFromTriangles, melt and toCloud. .stl of both kinds, .ply with the
 // colours of its vertices, .obj with those behind its coordinates; polygons become fans. True also if the
-// file holds no triangle.
+// file holds no triangle. A file that has been cut short is an error; of a text STL that ends between two
+// facets but without "endsolid" that can't be known, so it is a warning.
 ZAN_EXPORT bool loadTriangles(const std::string& name, std::vector<Point3>& vCorners);
 
 // .ply (doubles where floats would lose anything, colours if there are any), .xyz/.txt/.asc (colours as three

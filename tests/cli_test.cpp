@@ -317,8 +317,8 @@ TEST_F(Cli, QuietStillShowsTheMessagesOfAFailure)
     dir.write("one.xyz", "1 2 3\n");
     const Outcome outcome = zan("reconstruct one.xyz out.ply --quiet");
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_NE(outcome.err.find("[ZAN Message]"), std::string::npos) << outcome.err;
-    EXPECT_NE(outcome.err.find("zan: "), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("zan: ERROR: "), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("zan: no triangle came out"), std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.out, "");
 }
 
@@ -402,14 +402,15 @@ TEST_F(Cli, TriangleFilesThatAreWrongAreRefusedWithTheirExitCodes)
     dir.write("short.stl", dir.read("binary.stl").substr(0, 300));
     dir.write("many.stl", dir.read("binary.stl").replace(80, 4, "\xff\xff\xff\xff"));
     dir.write("none.stl", std::string(84, '\0'));
+    dir.write("cut.stl", dir.read("text.stl").substr(0, 300));
     dir.write("beyond.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 4\n");
     dir.write("before.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 -4\n");
     dir.write("zero.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 0 1 2\n");
     dir.write("words.obj", "v 0 0\n");
     dir.write("points.obj", "v 0 0 0\np 1\n");
     dir.write("flat.obj", "v 1 1 1\nv 1 1 1\nv 1 1 1\nf 1 2 3\n");
-    for (const char* in :
-         {"short.stl", "many.stl", "beyond.obj", "before.obj", "zero.obj", "words.obj", "gone.stl"})
+    for (const char* in : {"short.stl", "many.stl", "beyond.obj", "before.obj", "zero.obj", "words.obj",
+                           "gone.stl", "cut.stl"})
         EXPECT_EQ(zan(std::string("melt ") + in + " out.ply").code, 3) << in;
     for (const char* in : {"none.stl", "points.obj", "flat.obj"})
         EXPECT_EQ(zan(std::string("melt ") + in + " out.ply").code, 1) << in;
@@ -582,6 +583,11 @@ TEST_F(Cli, JsonIsOneObjectWithTheFigures)
           "\"seconds\": {\"reading\": ", "\"peak_memory\": ", "\"written_to\": \"a \\\"b\\\".ply\""})
         EXPECT_NE(outcome.out.find(part), std::string::npos) << part << outcome.out;
     EXPECT_NE(zan("info in.xyz --json").out.find("\"min_x\": -0.99"), std::string::npos);
+    EXPECT_NE(outcome.out.find("\"warnings\": [],"), std::string::npos) << outcome.out;
+    writeCubes();
+    dir.write("open.stl", dir.read("text.stl").substr(0, dir.read("text.stl").find("endsolid")));
+    EXPECT_NE(zan("info open.stl --json --quiet").out.find("\"warnings\": [\"open.stl has no endsolid"),
+              std::string::npos);
 }
 
 TEST_F(Cli, VerboseShowsTheStagesAndOtherwiseWarningsAreShort)
@@ -606,6 +612,21 @@ TEST_F(Cli, CtrlCCancelsAndLeavesNothingBehind)
     EXPECT_EQ(WEXITSTATUS(status), 130);
     EXPECT_EQ(dir.read("out.ply"), "precious");
     EXPECT_EQ(dir.numFiles(), 1U);
+}
+
+TEST_F(Cli, CtrlCEndsTheReadingOfAFileAtOnce)
+{
+    dir.write("out.ply", "precious");
+    const std::string command =
+        std::string("cd '") + dir.path() +
+        "' && mkfifo never.xyz && timeout -k 5 --preserve-status -s INT 0.3 '" ZAN_PROGRAM
+        "' reconstruct never.xyz out.ply 2> '" +
+        streams.file("err") + "'";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_NE(streams.read("err").find("Nothing was written."), std::string::npos);
+    EXPECT_EQ(dir.read("out.ply"), "precious");
+    EXPECT_EQ(dir.numFiles(), 2U) << "no half-written file beside the pipe";
 }
 
 TEST_F(Cli, ShellCompletesCommandsAndOptions)

@@ -55,9 +55,10 @@ Job::Job(const RunOptions& options_, const std::string& command, const std::stri
 
 Job::~Job() = default;
 
-void Job::begin(const std::string& name)
+void Job::begin(const std::string& name, Steps steps)
 {
     endStage();
+    setCancelsAtOnce(steps == Steps::None); // before the question: no gap between
     throwIfCancelled();
     stage = name;
     stageStart = std::chrono::steady_clock::now();
@@ -75,14 +76,14 @@ void Job::endStage()
 
 void Job::write(const std::shared_ptr<Mesh>& pMesh)
 {
-    begin("writing");
+    begin("writing", Steps::None);
     checkWritten(saveMesh(workName(), pMesh, options.bAscii));
     commit();
 }
 
 void Job::write(std::vector<Point3>& vPoints)
 {
-    begin("writing");
+    begin("writing", Steps::None);
     checkWritten(savePoints(workName(), vPoints, options.bAscii));
     commit();
 }
@@ -97,6 +98,7 @@ void Job::checkWritten(bool bWritten)
 
 void Job::commit()
 {
+    setCancelsAtOnce(false); // either nothing was written, or the whole
     throwIfCancelled();
     pOutput->commit();
 }
@@ -108,6 +110,7 @@ void Job::finish()
     messages.drop();
     if (options.bQuiet && !options.bJson)
         return;
+    figures.addJson("warnings", messages.getWarnings());
     if (pOutput != nullptr)
         figures.add("written to", outName);
     figures.print(options.bJson);

@@ -22,6 +22,10 @@ class Point3;
 class Job
 {
 public:
+    // Whether the library tells its progress, and so can be cancelled. Where it does not, Ctrl-C ends the
+    // program.
+    enum class Steps { Some, None };
+
     // outName: the file that the command is to make, empty for none. Throws CommandError, before any work,
     // when it can't be written, or when the user does not want it replaced.
     Job(const RunOptions& options, const std::string& command, const std::string& outName);
@@ -30,7 +34,7 @@ public:
     Job& operator=(const Job&) = delete;
 
     // Ends the stage before and begins this one. Throws CommandError if Ctrl-C was pressed.
-    void begin(const std::string& stage);
+    void begin(const std::string& stage, Steps steps = Steps::Some);
 
     Report& report() { return figures; }
 

@@ -3,12 +3,13 @@
 #include <zan/zan_api_functions.h>
 
 #include <iostream>
+#include <string_view>
 
 #include <unistd.h>
 
 LibraryMessages::LibraryMessages(Show show_) : show(show_)
 {
-    TESK_ZAN::setMessageStream(show == Show::All ? &std::cerr : &stream);
+    TESK_ZAN::setMessageStream(&stream);
 }
 
 LibraryMessages::~LibraryMessages()
@@ -37,21 +38,28 @@ void LibraryMessages::take(char c)
     line += c;
     if (c != '\n')
         return;
-    if (show == Show::Warnings)
-        showWarning();
-    held += line;
+    takeLine();
     line.clear();
 }
 
 // A message reads "[ZAN Message] where, WARNING: what", or ERROR. Where in the code tells a user nothing.
-void LibraryMessages::showWarning()
+void LibraryMessages::takeLine()
 {
-    for (const char* kind : {", WARNING: ", ", ERROR: "}) {
-        const std::size_t pos = line.find(kind);
-        if (pos == std::string::npos)
-            continue;
-        std::cerr << (isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "") // over a bar
-                  << "zan: " << line.substr(pos + 2) << std::flush;
-        return;
+    constexpr std::string_view WARNING = ", WARNING: ";
+    constexpr std::string_view ERROR = ", ERROR: ";
+    if (show == Show::All)
+        std::cerr << line << std::flush;
+    if (const std::size_t pos = line.find(WARNING); pos != std::string::npos) {
+        const std::size_t begin = pos + WARNING.size();
+        vWarnings.push_back(line.substr(begin, line.size() - 1 - begin));
+        line = "zan: WARNING: " + vWarnings.back() + '\n';
+        if (show == Show::Warnings) {
+            std::cerr << (isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "") << line << std::flush; // over a bar
+            return;
+        }
+    } else if (const std::size_t posError = line.find(ERROR); posError != std::string::npos) {
+        line = "zan: " + line.substr(posError + 2);
     }
+    if (show != Show::All && line != "\n")
+        held += line;
 }

@@ -4,10 +4,11 @@
 #include <ostream>
 #include <streambuf>
 #include <string>
+#include <vector>
 
-// Takes the messages of the library while it lives. Shown at once: all of them (Show::All), warnings and
-// errors in a line of the program's own style (Show::Warnings), none (Show::None). What was not shown as it
-// is waits for a failure. One at a time.
+// Takes the messages of the library while it lives, by lines. Shown at once: all of them as they are
+// (Show::All), warnings in the program's own style (Show::Warnings), none (Show::None). What was not shown
+// waits for a failure. One at a time.
 class LibraryMessages : private std::streambuf
 {
 public:
@@ -22,15 +23,19 @@ public:
     // All went well: nobody needs them.
     void drop() { bDropped = true; }
 
+    // What it warned of until now.
+    const std::vector<std::string>& getWarnings() const { return vWarnings; }
+
 private:
     int_type overflow(int_type c) override;
     std::streamsize xsputn(const char* text, std::streamsize num) override;
     void take(char c);
-    void showWarning();
+    void takeLine();
 
     const Show show;
     std::ostream stream{this};
     std::string line; // the one that is not complete yet
     std::string held;
+    std::vector<std::string> vWarnings;
     bool bDropped = false;
 };

@@ -76,6 +76,14 @@ void Report::addJson(const std::string& key, double value)
     vLines.push_back({"", "", key, jsonOf(value)});
 }
 
+void Report::addJson(const std::string& key, const std::vector<std::string>& vTexts)
+{
+    std::string list;
+    for (const std::string& text : vTexts)
+        list += (list.empty() ? "" : ", ") + quoted(text);
+    vLines.push_back({"", "", key, "[" + list + "]"});
+}
+
 void Report::addText(const std::string& label, const std::string& text)
 {
     vLines.push_back({label, text, "", ""});

@@ -21,6 +21,7 @@ public:
     // Only in the object, and only in the text.
     void addJson(const std::string& key, const std::string& text);
     void addJson(const std::string& key, double value);
+    void addJson(const std::string& key, const std::vector<std::string>& vTexts);
     void addText(const std::string& label, const std::string& text);
 
     // Seconds by stage, and their sum. Stages of the same name add up.

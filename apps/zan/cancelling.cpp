@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <string_view>
 
 #include <unistd.h>
 
@@ -13,17 +14,24 @@ namespace
 {
 
 std::atomic<bool> bCancelled = false;
+std::atomic<bool> bCancelsAtOnce = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may touch no other");
+
+constexpr char TEXT_CANCELLED[] = "cancelled. Nothing was written.";
 
 // Only what a signal handler may touch: fixed storage, no allocation. Empty or a whole path at any moment.
 std::array<char, 4096> aFileToRemove{};
 
 void onSignal(int)
 {
-    if (bCancelled.exchange(true)) {
-        if (aFileToRemove[0] != '\0')
-            unlink(aFileToRemove.data());
-        _exit(static_cast<int>(ExitCode::Cancelled));
-    }
+    if (!bCancelled.exchange(true) && !bCancelsAtOnce)
+        return;
+    if (aFileToRemove[0] != '\0')
+        unlink(aFileToRemove.data());
+    for (const std::string_view text : {"\nzan: ", TEXT_CANCELLED, "\n"}) // begins behind a bar
+        if (write(STDERR_FILENO, text.data(), text.size()) < 0)
+            break; // nobody can be told
+    _exit(static_cast<int>(ExitCode::Cancelled));
 }
 
 } // namespace
@@ -41,7 +49,12 @@ void listenForCancelling()
 void throwIfCancelled()
 {
     if (bCancelled)
-        throw CommandError(ExitCode::Cancelled, "cancelled. Nothing was written.");
+        throw CommandError(ExitCode::Cancelled, TEXT_CANCELLED);
+}
+
+void setCancelsAtOnce(bool bAtOnce)
+{
+    bCancelsAtOnce = bAtOnce;
 }
 
 void setFileToRemove(const std::string& path)

@@ -34,7 +34,7 @@ void run(const Options& options)
 {
     checkHoldsPoints(options.out);
     Job job(options.run, "cloud", options.out);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Point3> vCorners = readSoup(options.soup.in);
     const double spacing = spacingFor(options.soup, vCorners);
     job.begin("sampling");

@@ -35,7 +35,7 @@ void center(std::vector<Point3>& vPoints, Report& report)
 
 void convertMesh(const Options& options, Job& job)
 {
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Point3> vCorners = readSoup(options.in);
     if (options.bCenter)
         center(vCorners, job.report());
@@ -61,7 +61,7 @@ void convertMesh(const Options& options, Job& job)
 
 void convertPoints(const Options& options, Job& job)
 {
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Point3> vPoints = readCloud(options.in, options.colorColumn);
     if (options.bCenter)
         center(vPoints, job.report());

@@ -42,7 +42,7 @@ void run(const Options& options)
     Job job(options.run, options.command, options.out);
     Report& report = job.report();
     report.addJson("input", options.in);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     const std::shared_ptr<Mesh> pMesh = readMesh(options.in);
     report.add("input triangles", pMesh->getNumT());
     report.add("mean edge length", pMesh->getCellSize(), 6);

@@ -99,7 +99,7 @@ void run(const Options& options)
     Job job(options.run, "info", "");
     Report& report = job.report();
     report.addJson("input", options.in);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     if (holdsTriangles(options.in)) {
         const std::vector<Point3> vCorners = readSoup(options.in);
         report.add("kind", std::string("triangles"));
@@ -107,13 +107,13 @@ void run(const Options& options)
             reportPoints("vertices", readCloud(options.in), report);
         else
             reportPoints("corners", vCorners, report);
-        job.begin("looking");
+        job.begin("looking", Job::Steps::None);
         reportTriangles(vCorners, report);
     } else {
         std::vector<Point3> vPoints = readCloud(options.in, options.colorColumn);
         report.add("kind", std::string("point cloud"));
         reportPoints("points", vPoints, report);
-        job.begin("looking");
+        job.begin("looking", Job::Steps::None);
         reportSpacing(vPoints, report);
     }
     job.finish();

@@ -28,10 +28,10 @@ std::shared_ptr<Mesh> meltSoup(const MeltOptions& options, std::vector<Point3>& 
 {
     std::shared_ptr<Mesh> pMesh = melt(vCorners, spacing, options.soup.featureAngle);
     if (pMesh == nullptr || pMesh->getNumT() == 0)
-        throw CommandError(
-            ExitCode::NothingCameOut,
-            "no triangle came out of '" + options.soup.in + "'. The spacing " + number(spacing, 6) +
-                " may be too large for it: give a smaller --spacing ('zan info' shows the extent).");
+        throw CommandError(ExitCode::NothingCameOut,
+                           "no triangle came out of '" + options.soup.in +
+                               "'. A message above may tell why; without one the spacing of " +
+                               number(spacing, 6) + " is too large for it ('zan info' shows the extent).");
     return pMesh;
 }
 
@@ -41,7 +41,7 @@ void runMelt(const MeltOptions& options)
 {
     checkHoldsMesh(options.out);
     Job job(options.run, "melt", options.out);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Point3> vCorners = readSoup(options.soup.in);
     const double spacing = spacingFor(options.soup, vCorners);
     job.begin("melting");

@@ -65,7 +65,7 @@ void run(const Options& options)
     Job job(options.run, "reconstruct", options.out);
     Report& report = job.report();
     report.addJson("input", options.in);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Point3> vPoints = readCloud(options.in, options.colorColumn);
     report.add("points", vPoints.size());
     job.begin("reconstructing");

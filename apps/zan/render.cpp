@@ -150,12 +150,12 @@ void run(const Options& options)
         throw CommandError(ExitCode::Usage, "'" + options.out + "' must end in .png.");
     Job job(options.run, "render", options.out);
     job.report().addJson("input", options.in);
-    job.begin("reading");
+    job.begin("reading", Job::Steps::None);
     std::vector<Scene> vScenes{readScene(options.in, options)};
     if (!options.beside.empty())
         vScenes.push_back(readScene(options.beside, options));
 
-    job.begin("drawing");
+    job.begin("drawing", Job::Steps::None);
     View view(options.vView[0], options.vView[1]);
     for (const Scene& scene : vScenes)
         view.include(scene.vPoints);
@@ -177,7 +177,7 @@ void run(const Options& options)
                              (scene.bTriangles ? " triangles" : " points"));
     }
 
-    job.begin("writing");
+    job.begin("writing", Job::Steps::None);
     writePng(job.workName(), picture.width(), picture.height(), picture.bytes(), options.bSmall);
     job.commit();
     job.finish();

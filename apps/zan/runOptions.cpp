@@ -18,7 +18,9 @@ void addRunOptions(CLI::App& command, RunOptions& options)
     command.add_flag("--verbose", options.bVerbose, "Show all messages and the time of each stage")
         ->excludes(pQuiet)
         ->group(GROUP);
-    command.add_flag("--json", options.bJson, "Report as one JSON object: counts, spacing, seconds, memory")
+    command
+        .add_flag("--json", options.bJson,
+                  "Report as one JSON object: counts, spacing, warnings, seconds, memory")
         ->group(GROUP);
 }
 
