@@ -1,12 +1,12 @@
 #include "HoleBridge.h"
 
 #include "RMesh.h"
+#include "freeCell.h"
 #include "zanAssert.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <tuple>
 
 namespace TESK_ZAN
 {
@@ -25,8 +25,6 @@ constexpr int LATTICE_MARGIN = 12;
 
 constexpr int MAX_FINER = 5;
 constexpr double FINER_FACTOR = 4.0;
-
-constexpr int MAX_SHIFT_CELLS = 2; // how far from its cell a vertex may be put
 
 // How far round a hole its surroundings reach where they fill a box, in edges of the border: as far as the
 // array of a Hole, whose cells are not longer.
@@ -170,7 +168,8 @@ bool HoleBridge::assignCells()
     vBundles.clear();
     mCCDBundle.clear();
     for (Point3* pVtx : vRowVtx) {
-        const u64 ccd = findFreeCell(*pVtx);
+        const u64 ccd =
+            findFreeCell(*oCalc, *pVtx, [this](u64 code) { return mCCD2Vtx.find(code) != nullptr; });
         if (ccd == FAILED_CODE)
             return false;
         mCCD2Vtx.tryEmplace(ccd, pVtx);
@@ -179,26 +178,6 @@ bool HoleBridge::assignCells()
         mCCDBundle[ccd] = &vBundles.back();
     }
     return true;
-}
-
-// The point's own cell or, of those round it, the one whose centre is nearest.
-u64 HoleBridge::findFreeCell(const Point3& point) const
-{
-    const u64 rcdOwn = oCalc->getRCD(&point);
-    if (mCCD2Vtx.find(Calc::rcdToCCD(rcdOwn)) == nullptr)
-        return Calc::rcdToCCD(rcdOwn);
-    int x, y, z;
-    rcdToXYZ(rcdOwn, x, y, z);
-    std::pair<double, u64> best = {std::numeric_limits<double>::max(), FAILED_CODE};
-    constexpr int REACH = MAX_SHIFT_CELLS;
-    for (int dx = -REACH; dx <= REACH; ++dx)
-        for (int dy = -REACH; dy <= REACH; ++dy)
-            for (int dz = -REACH; dz <= REACH; ++dz) {
-                const u64 ccd = Calc::rcdToCCD(xyzToRCD(u64(x + dx), u64(y + dy), u64(z + dz)));
-                if (mCCD2Vtx.find(ccd) == nullptr)
-                    best = std::min(best, {(oCalc->getCellMid(ccd) - point).sqLength(), ccd});
-            }
-    return best.second;
 }
 
 void HoleBridge::makeCMesh(const std::vector<REdge*>& vLoopRE)

@@ -1,4 +1,4 @@
-// Subsystem: real mesh. Builds on: RMesh, CMesh, Calc, Bundle. Used by: holeClosing.
+// Subsystem: real mesh. Builds on: RMesh, CMesh, Calc, Bundle, freeCell. Used by: holeClosing.
 // The way between a finished mesh and the code that works on the mesh on codes, for the surroundings of one
 // hole.
 #pragma once
@@ -63,7 +63,6 @@ private:
     bool fitsMeshLattice(double edgeLen) const;
     bool makeLattice(double cellSize);
     bool assignCells();
-    u64 findFreeCell(const Point3& point) const;
     void makeCMesh(const std::vector<REdge*>& vLoopRE);
     void killInMesh(const CTriangle& triangle);
 

@@ -5,14 +5,19 @@
 #include "FoldCutter.h"
 #include "Hole.h"
 #include "HoleToCCD.h"
+#include "Membrane.h"
 #include "PatchStitcher.h"
 #include "PolygonFiller.h"
+#include "freeCell.h"
 #include "freeFunctions.h"
+#include "loopCorners.h"
 #include "patchCrossings.h"
+#include "stageTrace.h"
 #include "tesk_tools/sortUnique.h"
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 namespace TESK_ZAN
@@ -55,7 +60,55 @@ bool HolePatcher::closeByVolume()
     return false;
 }
 
-// Makes one sheet of what grows from the loop, and fills its gaps. False if one is left.
+bool HolePatcher::closeByMembrane()
+{
+    if (fillByMembrane(vRimCE) && keepIfSound())
+        return true;
+    takeBack();
+    return false;
+}
+
+bool HolePatcher::fillByMembrane(const std::vector<CEdge*>& vLoopCE)
+{
+    const StageTimer stage("HO_membrane");
+    std::vector<u64> vVCD;
+    if (!getLoopCorners(*pMesh, vLoopCE, vVCD))
+        return false;
+    std::vector<const Point3*> vLoop;
+    for (const u64 vcd : vVCD)
+        vLoop.push_back(pMesh->getVtx(vcd));
+    Membrane membrane(vLoop);
+    const auto isTaken = [&](std::size_t a, std::size_t b) { return pMesh->hasEdge(vVCD[a], vVCD[b]); };
+    if (!membrane.run(isTaken))
+        return false;
+    for (const Point3& point : membrane.getInnerPoints()) {
+        vVCD.push_back(createVertex(point));
+        if (vVCD.back() == FAILED_CODE)
+            return false;
+    }
+    const PlaneNet& net = membrane.getNet();
+    for (std::size_t i = 0; i < net.getNumTriangles(); ++i) {
+        const auto [a, b, c] = net.getTriangle(i);
+        pMesh->createT(vVCD[a], vVCD[b], vVCD[c], 0, 0);
+    }
+    return true;
+}
+
+// In a cell of its own near the point. FAILED_CODE where too many crowd.
+u64 HolePatcher::createVertex(const Point3& point)
+{
+    const u64 ccd =
+        findFreeCell(*pMesh->getCalc(), point, [this](u64 code) { return pMesh->hasBundle(code); });
+    if (ccd == FAILED_CODE)
+        return ccd;
+    constexpr double AT_CENTRE = std::numeric_limits<double>::max();
+    pMesh->addBundle(ccd, AT_CENTRE, AT_CENTRE, AT_CENTRE);
+    pMesh->getVtx(ccd)->set(point);
+    return ccd;
+}
+
+// Makes one sheet of what grows from the loop, and fills its gaps. False if one is left, or hardly smaller
+// than a large loop: the surface leads elsewhere then.
 bool HolePatcher::growInto(Chain* pLoopChain, const std::vector<CEdge*>& vLoopCE, int depth)
 {
     Hole hole(pMesh, pLoopChain);
@@ -66,23 +119,32 @@ bool HolePatcher::growInto(Chain* pLoopChain, const std::vector<CEdge*>& vLoopCE
         return false;
     hole.growSheet();
     std::vector<std::vector<CEdge*>> vGaps;
-    return PatchStitcher(pMesh, vLoopCE, hole.getNewT()).run(vGaps) > 0 &&
+    const std::size_t numChosen = PatchStitcher(pMesh, vLoopCE, hole.getNewT()).run(vGaps);
+    const auto leadsOff = [&](const std::vector<CEdge*>& vGapCE) {
+        return vGapCE.size() > PolygonFiller::MAX_EDGES && 4 * vGapCE.size() > 3 * vLoopCE.size();
+    };
+    return numChosen > 0 && std::none_of(vGaps.begin(), vGaps.end(), leadsOff) &&
            std::all_of(vGaps.begin(), vGaps.end(),
                        [&](const std::vector<CEdge*>& vGapCE) { return fillGap(vGapCE, depth + 1); });
 }
 
-// A wide gap is a hole in its turn: the surface has left the box of the first one there.
+// A wide gap is a hole in its turn: the surface has left the box of the first one there. What is still wide
+// after some boxes gets a membrane.
 bool HolePatcher::fillGap(const std::vector<CEdge*>& vGapCE, int depth)
 {
-    if (vGapCE.size() > WIDE_GAP && depth < MAX_DEPTH) {
+    if (vGapCE.size() > WIDE_GAP) {
         const std::size_t numT = pMesh->getT().size();
-        for (CEdge* pCE : vGapCE)
-            pCE->setDirection(ED_NONE);
-        EdgeMap mmVCD2CE = getEdgeMap(vGapCE);
-        Chain chain(pMesh, mmVCD2CE); // open if the gap passes a vertex twice
-        if (chain.isClosed() && growInto(&chain, vGapCE, depth))
+        if (depth < MAX_DEPTH) {
+            for (CEdge* pCE : vGapCE)
+                pCE->setDirection(ED_NONE);
+            EdgeMap mmVCD2CE = getEdgeMap(vGapCE);
+            Chain chain(pMesh, mmVCD2CE); // open if the gap passes a vertex twice
+            if (chain.isClosed() && growInto(&chain, vGapCE, depth))
+                return true;
+            killFrom(numT);
+        } else if (fillByMembrane(vGapCE)) {
             return true;
-        killFrom(numT);
+        }
     }
     return PolygonFiller(pMesh, vGapCE).run();
 }

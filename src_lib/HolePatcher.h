@@ -1,6 +1,7 @@
-// Subsystem: holes. Builds on: Hole, HoleToCCD, PatchStitcher, PolygonFiller, FoldCutter,
-// patchCrossings, CMesh. Used by: holeClosing.
-// Closes a hole of a mesh on codes whole or not at all, by ears or by a volumetric patch.
+// Subsystem: holes. Builds on: Hole, HoleToCCD, PatchStitcher, PolygonFiller, Membrane,
+// loopCorners, freeCell, FoldCutter, patchCrossings, CMesh. Used by: holeClosing.
+// Closes a hole of a mesh on codes whole or not at all, by ears, by a volumetric patch or by
+// a membrane.
 #pragma once
 
 #include "definitions.h"
@@ -16,6 +17,7 @@ class CEdge;
 class Chain;
 class CMesh;
 class CTriangle;
+class Point3;
 
 // Lives for one chain, which must be closed and a good hole. The mesh must be oriented and hold all triangles
 // at the chain's vertices. A success leaves each edge of the chain and of the new triangles with two
@@ -35,6 +37,11 @@ public:
     // The vertices of the mesh must be neighbours on its lattice, or there will be no patch.
     bool closeByVolume();
 
+    // A sheet as a soap film would hang in the rim, of triangles as wide as the rim's edges are long. For
+    // what is wide open: the mouth of a cup, whose walls do not lead across. The loop must look like a
+    // polygon from somewhere.
+    bool closeByMembrane();
+
     // What the success made, by creation.
     const std::vector<CTriangle*>& getNewT() const { return vNewT; }
 
@@ -50,6 +57,8 @@ public:
 private:
     bool growInto(Chain* pLoopChain, const std::vector<CEdge*>& vLoopCE, int depth);
     bool fillGap(const std::vector<CEdge*>& vGapCE, int depth);
+    bool fillByMembrane(const std::vector<CEdge*>& vLoopCE);
+    u64 createVertex(const Point3& point);
     bool keepIfSound();
     void takeBack();
     void killFrom(std::size_t numT);

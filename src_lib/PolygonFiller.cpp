@@ -2,6 +2,7 @@
 
 #include "CMesh.h"
 #include "freeFunctions.h"
+#include "loopCorners.h"
 
 #include <algorithm>
 #include <utility>
@@ -19,36 +20,20 @@ constexpr double MIN_FLATNESS = 1e-4;
 
 PolygonFiller::PolygonFiller(CMesh* pMesh_, const std::vector<CEdge*>& vLoopCE) : pMesh(pMesh_)
 {
-    bUsable = vLoopCE.size() >= 3 && vLoopCE.size() <= MAX_EDGES && takeCorners(vLoopCE);
+    bUsable = vLoopCE.size() <= MAX_EDGES && getLoopCorners(*pMesh, vLoopCE, vVCD);
+    if (bUsable)
+        takeNormals();
 }
 
-// The corners in path order, turned round if the triangles beside the loop run along it.
-bool PolygonFiller::takeCorners(const std::vector<CEdge*>& vLoopCE)
+// The normals stay null where a triangle has none.
+void PolygonFiller::takeNormals()
 {
-    const std::size_t n = vLoopCE.size();
-    u64 vcd =
-        vLoopCE[0]->hasVertex(vLoopCE[n - 1]->getV0()) ? vLoopCE[n - 1]->getV0() : vLoopCE[n - 1]->getV1();
-    for (const CEdge* pCE : vLoopCE) {
-        if (!pCE->isBorder() || !pCE->hasVertex(vcd))
-            return false;
-        vVCD.push_back(vcd);
-        vcd = pCE->getOtherVCD(vcd);
-    }
-    if (vcd != vVCD[0])
-        return false;
-    if (vLoopCE[0]->getCTs()[0]->getHEDirection2(vVCD[0], vVCD[1]) == HE_SAME)
-        std::reverse(vVCD.begin(), vVCD.end());
-    for (std::size_t i = 0; i < n; ++i) {
-        const u64 next = vVCD[(i + 1) % n];
-        const CTriangle* pCT = pMesh->getEdge(vVCD[i], next)->getCTs()[0];
+    for (std::size_t i = 0; i < vVCD.size(); ++i) {
         bool bOK = false;
-        Vector3 nnv; // stays null where the triangle has none
-        pCT->getNNV(pMesh, nnv, bOK);
-        if (pCT->getHEDirection2(vVCD[i], next) == HE_SAME)
-            return false;
+        Vector3 nnv;
+        pMesh->getEdge(vVCD[i], vVCD[(i + 1) % vVCD.size()])->getCTs()[0]->getNNV(pMesh, nnv, bOK);
         vRimNNV.push_back(nnv);
     }
-    return true;
 }
 
 bool PolygonFiller::run()

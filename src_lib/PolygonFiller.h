@@ -1,4 +1,4 @@
-// Subsystem: holes. Builds on: CMesh, freeFunctions. Used by: HolePatcher, FoldCutter.
+// Subsystem: holes. Builds on: CMesh, loopCorners, freeFunctions. Used by: HolePatcher, FoldCutter.
 // Fills a border loop by the best of all triangulations between its corners, where ear cutting gave up.
 #pragma once
 
@@ -38,7 +38,7 @@ private:
         Vector3 nnv;          // of the triangle at the apex, or of the triangle beside a loop edge
     };
 
-    bool takeCorners(const std::vector<CEdge*>& vLoopCE);
+    void takeNormals();
     bool isFree(std::size_t first, std::size_t last) const;
     bool isNeedle(std::size_t i, std::size_t j, std::size_t k) const;
     void findBest(std::size_t first, std::size_t last);

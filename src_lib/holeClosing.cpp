@@ -12,6 +12,7 @@
 #include "stageTrace.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -46,7 +47,7 @@ bool isSmallAndFlat(const std::vector<REdge*>& vLoopRE)
     });
 }
 
-enum Method { ME_EARS, ME_VOLUME };
+enum Method { ME_EARS, ME_VOLUME, ME_MEMBRANE };
 
 enum Outcome { OC_CLOSED, OC_RIM, OC_LEFT_OPEN };
 
@@ -60,7 +61,7 @@ struct Attempt {
 Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method)
 {
     Attempt attempt;
-    attempt.pBridge = std::make_unique<HoleBridge>(&mesh, vLoopRE, method == ME_EARS ? BR_ROWS : BR_BOX);
+    attempt.pBridge = std::make_unique<HoleBridge>(&mesh, vLoopRE, method == ME_VOLUME ? BR_BOX : BR_ROWS);
     if (!attempt.pBridge->isBuilt())
         return attempt;
     CMesh* pCMesh = attempt.pBridge->getCMesh();
@@ -71,7 +72,10 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
         return attempt;
     }
     HolePatcher patcher(pCMesh, &chain);
-    if (method == ME_EARS ? patcher.closeByEars() : patcher.closeByVolume()) {
+    const bool bClosed = method == ME_EARS     ? patcher.closeByEars()
+                         : method == ME_VOLUME ? patcher.closeByVolume()
+                                               : patcher.closeByMembrane();
+    if (bClosed) {
         attempt.outcome = OC_CLOSED;
         attempt.vNewT = patcher.getNewT();
         attempt.vGoneT = patcher.getGoneT();
@@ -79,13 +83,17 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
     return attempt;
 }
 
-// The second method only where the first one left a hole open.
+// A method only where those before it left the hole open.
 Outcome closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE)
 {
-    const bool bEarsFirst = isSmallAndFlat(vLoopRE);
-    Attempt attempt = tryMethod(mesh, vLoopRE, bEarsFirst ? ME_EARS : ME_VOLUME);
-    if (attempt.outcome == OC_LEFT_OPEN)
-        attempt = tryMethod(mesh, vLoopRE, bEarsFirst ? ME_VOLUME : ME_EARS);
+    const std::array<Method, 3> order = isSmallAndFlat(vLoopRE) ? std::array{ME_EARS, ME_VOLUME, ME_MEMBRANE}
+                                                                : std::array{ME_VOLUME, ME_MEMBRANE, ME_EARS};
+    Attempt attempt;
+    for (const Method method : order) {
+        attempt = tryMethod(mesh, vLoopRE, method);
+        if (attempt.outcome != OC_LEFT_OPEN)
+            break;
+    }
     if (attempt.outcome == OC_CLOSED)
         attempt.pBridge->bringBack(attempt.vNewT, attempt.vGoneT);
     return attempt.outcome;

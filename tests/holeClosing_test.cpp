@@ -182,6 +182,25 @@ TEST(CloseHoles, outerRimsStayAndTheMouthOfACupIsAHole)
     EXPECT_TRUE(checkMesh(closedCup.result).isOriented());
 }
 
+TEST(CloseHoles, aWideMouthGetsALidOfEvenTriangles)
+{
+    constexpr int N = 304; // more than a triangulation between corners can do with
+    const double step = 2 * std::numbers::pi / N;
+    std::vector<std::pair<double, double>> vRadiusHeight;
+    for (int i = 0; i < 6; ++i)
+        vRadiusHeight.emplace_back(1.0, i * step);
+    IndexedMesh tube = rings(N, vRadiusHeight);
+    drop(tube, {0}); // so the lower mouth has one edge more, and stays
+    const Closed closed(tube, N);
+    EXPECT_EQ(closed.report.numClosed, 1u) << closed.text;
+    const MeshReport report = checkMesh(closed.result);
+    EXPECT_TRUE(report.isManifold() && report.isOriented());
+    EXPECT_EQ(report.numEdges(1), size_t(N + 1));
+    EXPECT_NEAR(meshArea(closed.result), std::numbers::pi * (1 + 2 * 5 * step), 0.01);
+    EXPECT_EQ(numFolds(closed.result), 0u);
+    EXPECT_GT(closed.result.numT(), tube.numT() + 10000);
+}
+
 TEST(CloseHoles, holesThatTouchEachOtherOrTheOuterRimAreAllClosedAndTheRimStays)
 {
     constexpr int N = 12;
