@@ -110,14 +110,15 @@ void warn(const LeftOut& leftOut)
                     " duplicate triangles (the corners of an earlier one) are left out");
 }
 
-} // namespace
-
-std::unique_ptr<RMesh> makeSoupMesh(const std::vector<Point3>& vCorners)
+std::unique_ptr<RMesh> meshForCorners(size_t numCorners)
 {
-    const StageTimer stage("RM_soup");
-    zanAssertText(vCorners.size() % 3 == 0, "vCorners.size()%3==0");
-    const size_t numT = vCorners.size() / 3;
-    auto pMesh = std::make_unique<RMesh>(0.0, numT / 2 + 3, numT);
+    zanAssertText(numCorners % 3 == 0, "vCorners.size()%3==0");
+    return std::make_unique<RMesh>(0.0, numCorners / 6 + 3, numCorners / 3);
+}
+
+// The vertices that have a number already keep it.
+std::unique_ptr<RMesh> addCorners(std::unique_ptr<RMesh> pMesh, const std::vector<Point3>& vCorners)
+{
     LeftOut leftOut;
     createTriangles(weld(vCorners, *pMesh, leftOut), *pMesh, leftOut);
     warn(leftOut);
@@ -126,6 +127,40 @@ std::unique_ptr<RMesh> makeSoupMesh(const std::vector<Point3>& vCorners)
         return nullptr;
     }
     pMesh->setCellSize(pMesh->getAverageEdgeLength());
+    return pMesh;
+}
+
+} // namespace
+
+std::unique_ptr<RMesh> makeSoupMesh(const std::vector<Point3>& vCorners)
+{
+    const StageTimer stage("RM_soup");
+    return addCorners(meshForCorners(vCorners.size()), vCorners);
+}
+
+std::unique_ptr<RMesh> makeIndexedMesh(const std::vector<Point3>& vVertices, const std::vector<int>& vIndices,
+                                       double cellSize)
+{
+    const StageTimer stage("RM_soup");
+    std::vector<Point3> vCorners;
+    vCorners.reserve(vIndices.size());
+    std::vector<bool> vUsed(vVertices.size(), false);
+    for (const int index : vIndices) {
+        if (index < 0 || size_t(index) >= vVertices.size()) {
+            ZAN_ERROR("a triangle names vertex " + std::to_string(index) + " of " +
+                      std::to_string(vVertices.size()));
+            return nullptr;
+        }
+        vCorners.push_back(vVertices[size_t(index)]);
+        vUsed[size_t(index)] = true;
+    }
+    std::unique_ptr<RMesh> pMesh = meshForCorners(vCorners.size());
+    for (size_t i = 0; i < vVertices.size(); ++i)
+        if (vUsed[i] && isFinite(vVertices[i]))
+            vertexFor(vVertices[i], *pMesh);
+    pMesh = addCorners(std::move(pMesh), vCorners);
+    if (pMesh != nullptr && cellSize > 0.0 && std::isfinite(cellSize))
+        pMesh->setCellSize(cellSize);
     return pMesh;
 }
 

@@ -19,4 +19,10 @@ class RMesh;
 // no multiple of three is a failed condition. Progress "RM_smVtx", "RM_smT". O(n log n).
 std::unique_ptr<RMesh> makeSoupMesh(const std::vector<Point3>& vCorners);
 
+// The same of shared vertices, which are numbered in their order. Null, after an error, if an index is none
+// of a vertex. A number of indices that is no multiple of three is a failed condition. A cell size that is
+// not above 0, or not finite, is the mean edge length.
+std::unique_ptr<RMesh> makeIndexedMesh(const std::vector<Point3>& vVertices, const std::vector<int>& vIndices,
+                                       double cellSize);
+
 } // namespace TESK_ZAN

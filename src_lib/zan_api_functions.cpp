@@ -52,6 +52,17 @@ void inputSoup(CloudMgr& cldMgr, const std::vector<Point3>& vCorners, double spa
     cldMgr.inputPointsViaMemory(vCorners, spacingAbs, UNUSED_SPACING, true, featureAngle, nullptr, NO_FILL);
 }
 
+// The handle of what was made; the end of the tree if there is any.
+std::shared_ptr<Mesh> finished(ProgressTree& tree, std::unique_ptr<RMesh> pRMesh)
+{
+    if (pRMesh == nullptr)
+        return {};
+    auto pMesh = std::make_shared<Mesh>(pRMesh.get());
+    pRMesh.release(); // not before there is another owner
+    tree.finish();
+    return pMesh;
+}
+
 } // namespace
 
 std::shared_ptr<Mesh> reconstruct_auto(std::vector<Point3>& vPoints, double spacingFactor, int fillSize)
@@ -99,13 +110,14 @@ void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double featureAng
 std::shared_ptr<Mesh> meshFromTriangles(std::vector<Point3>& vCorners)
 {
     ProgressTree tree("MeshFromTriangles", meshFromTrianglesPhases());
-    std::unique_ptr<RMesh> pRMesh = makeSoupMesh(vCorners);
-    if (pRMesh == nullptr)
-        return {};
-    const auto pMesh = std::make_shared<Mesh>(pRMesh.get());
-    pRMesh.release(); // not before there is another owner
-    tree.finish();
-    return pMesh;
+    return finished(tree, makeSoupMesh(vCorners));
+}
+
+std::shared_ptr<Mesh> meshFromIndexed(const std::vector<Point3>& vVertices, const std::vector<int>& vIndices,
+                                      double cellSize)
+{
+    ProgressTree tree("MeshFromTriangles", meshFromTrianglesPhases());
+    return finished(tree, makeIndexedMesh(vVertices, vIndices, cellSize));
 }
 
 void edgeFlips(std::shared_ptr<Mesh> pMesh)

@@ -93,6 +93,14 @@ ZAN_EXPORT void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double
 // triangles.
 ZAN_EXPORT std::shared_ptr<Mesh> meshFromTriangles(std::vector<Point3>& vCorners);
 
+// The same of shared vertices, which keep their order: makes a mesh again of what Mesh::getVertexIndexData
+// gave. An extension of version 1.17.
+//   vVertices  equal ones become one; those that no triangle uses are dropped.
+//   vIndices   three a triangle. An index that is none of a vertex is an error: the result is empty then.
+//   cellSize   of the mesh, in units of the input; 0.0: its mean edge length.
+ZAN_EXPORT std::shared_ptr<Mesh> meshFromIndexed(const std::vector<Point3>& vVertices,
+                                                 const std::vector<int>& vIndices, double cellSize);
+
 // ---- work on a finished mesh ----------------------------------------------------------------------------
 //
 // These change the mesh in place: points and triangles that it has handed out before are no longer valid. An

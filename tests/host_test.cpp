@@ -141,6 +141,33 @@ TEST_F(Host, TrianglesBecomeAMeshThatCanBeImproved)
     EXPECT_GT(reduce(pMesh, 100.0, 1.0), 100);
 }
 
+TEST_F(Host, AMeshIsMadeAgainOfItsVerticesAndIndices)
+{
+    const auto pMesh = reconstruct_auto(vSphere, 1.0, 2);
+    const auto dataOf = [](const std::shared_ptr<Mesh>& p) {
+        std::pair<std::vector<Point3>, std::vector<int>> data;
+        std::vector<Point3*> vVertices;
+        p->getVertexIndexData(vVertices, data.second);
+        for (const Point3* pVertex : vVertices)
+            data.first.push_back(*pVertex);
+        return data;
+    };
+    const auto data = dataOf(pMesh);
+    const auto pAgain = meshFromIndexed(data.first, data.second, pMesh->getCellSize());
+    ASSERT_NE(pAgain, nullptr);
+    EXPECT_EQ(dataOf(pAgain), data);
+    EXPECT_EQ(pAgain->getCellSize(), pMesh->getCellSize());
+    EXPECT_EQ(meshFromIndexed(data.first, {0, 1, int(data.first.size())}, 0.0), nullptr);
+    EXPECT_EQ(meshFromIndexed(data.first, {0, 1, -1}, 0.0), nullptr);
+
+    // Without use: dropped. No cell size: the mean edge.
+    const auto pOne = meshFromIndexed({{9, 9, 9}, {0, 0, 3}, {4, 0, 0}, {0, 0, 0}}, {3, 2, 1}, -1.0);
+    ASSERT_NE(pOne, nullptr);
+    EXPECT_EQ(dataOf(pOne).first, (std::vector<Point3>{{0, 0, 3}, {4, 0, 0}, {0, 0, 0}}));
+    EXPECT_EQ(dataOf(pOne).second, (std::vector<int>{2, 1, 0}));
+    EXPECT_EQ(pOne->getCellSize(), 4.0);
+}
+
 TEST_F(Host, SubscriberHearsTheRunToItsEnd)
 {
     Listener listener;

@@ -75,3 +75,17 @@ py::object MeshHandle::colors()
     const std::vector<Point3*> vPoints = points();
     return colorArray(vPoints.size(), [&](std::size_t i) -> const Point3& { return *vPoints[i]; });
 }
+
+py::tuple MeshHandle::state()
+{
+    const Inside inside(*this);
+    std::vector<Point3*> vVertices;
+    std::vector<int> vIndices;
+    {
+        const py::gil_scoped_release release;
+        pMesh->getVertexIndexData(vVertices, vIndices);
+    }
+    const auto getPoint = [&](std::size_t i) -> const Point3& { return *vVertices[i]; };
+    return py::make_tuple(coordinateArray(vVertices.size(), getPoint), triangleArray(std::move(vIndices)),
+                          colorArray(vVertices.size(), getPoint), pMesh->getCellSize());
+}

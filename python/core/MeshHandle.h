@@ -29,6 +29,9 @@ public:
     pybind11::array triangles();
     pybind11::object colors();
 
+    // All three of one moment, and the cell size.
+    pybind11::tuple state();
+
     // f(const std::shared_ptr<Mesh>&), which changes the mesh, without the interpreter's lock.
     template <class F>
     auto change(const pybind11::object& progress, const F& f)

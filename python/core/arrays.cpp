@@ -1,5 +1,6 @@
 #include "arrays.h"
 
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -38,9 +39,13 @@ Point3 CloudView::at(std::size_t i) const
     else
         point.set(double(xyzTable.at<float>(i, 0)), double(xyzTable.at<float>(i, 1)),
                   double(xyzTable.at<float>(i, 2)));
-    if (rgbaTable)
-        point.setColor(rgbaTable->at<unsigned char>(i, 0), rgbaTable->at<unsigned char>(i, 1),
-                       rgbaTable->at<unsigned char>(i, 2), rgbaTable->at<unsigned char>(i, 3));
+    if (!rgbaTable)
+        return point;
+    unsigned char bytes[4];
+    for (std::size_t channel = 0; channel < 4; ++channel)
+        bytes[channel] = rgbaTable->at<unsigned char>(i, channel);
+    if (bytes[0] != 0 || bytes[1] != 0 || bytes[2] != 0 || bytes[3] != 0)
+        point.setColor(bytes[0], bytes[1], bytes[2], bytes[3]);
     return point;
 }
 
@@ -60,20 +65,35 @@ SoupView::SoupView(const py::array& xyz, const std::optional<py::array>& rgba, c
         throw std::invalid_argument("indices must be int32 or int64");
 }
 
+std::size_t SoupView::indexAt(std::size_t row, std::size_t corner) const
+{
+    const std::int64_t index = triangleTable.getItemSize() == 8 ? triangleTable.at<std::int64_t>(row, corner)
+                                                                : triangleTable.at<std::int32_t>(row, corner);
+    const auto numVertices = static_cast<std::int64_t>(vertices.size());
+    if (index < 0 || index >= numVertices)
+        throw std::invalid_argument("triangle " + std::to_string(row) + " names vertex " +
+                                    std::to_string(index) + " of " + std::to_string(numVertices));
+    return static_cast<std::size_t>(index);
+}
+
 std::vector<Point3> SoupView::corners() const
 {
-    const bool bWide = triangleTable.getItemSize() == 8;
-    const auto numVertices = static_cast<std::int64_t>(vertices.size());
     std::vector<Point3> vCorners;
     vCorners.reserve(3 * triangleTable.getNumRows());
     for (std::size_t row = 0; row < triangleTable.getNumRows(); ++row)
-        for (std::size_t corner = 0; corner < 3; ++corner) {
-            const std::int64_t index = bWide ? triangleTable.at<std::int64_t>(row, corner)
-                                             : triangleTable.at<std::int32_t>(row, corner);
-            if (index < 0 || index >= numVertices)
-                throw std::invalid_argument("triangle " + std::to_string(row) + " names vertex " +
-                                            std::to_string(index) + " of " + std::to_string(numVertices));
-            vCorners.push_back(vertices.at(static_cast<std::size_t>(index)));
-        }
+        for (std::size_t corner = 0; corner < 3; ++corner)
+            vCorners.push_back(vertices.at(indexAt(row, corner)));
     return vCorners;
+}
+
+std::vector<int> SoupView::indices() const
+{
+    if (vertices.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        throw std::invalid_argument("more vertices than int32 can count");
+    std::vector<int> vIndices;
+    vIndices.reserve(3 * triangleTable.getNumRows());
+    for (std::size_t row = 0; row < triangleTable.getNumRows(); ++row)
+        for (std::size_t corner = 0; corner < 3; ++corner)
+            vIndices.push_back(static_cast<int>(indexAt(row, corner)));
+    return vIndices;
 }

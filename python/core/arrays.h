@@ -45,7 +45,8 @@ private:
     pybind11::ssize_t itemSize = 0;
 };
 
-// A cloud: (n, 3) of float32 or float64, and (n, 4) of uint8 if it has colours.
+// A cloud: (n, 3) of float32 or float64, and (n, 4) of uint8 if it has colours. As in files, a point whose
+// colour and alpha are 0 has none.
 class CloudView
 {
 public:
@@ -70,7 +71,13 @@ public:
     // Three corners a triangle. Throws std::invalid_argument for an index that is no vertex.
     std::vector<TESK_ZAN::Point3> corners() const;
 
+    // The same as they are. indices() throws as corners() does.
+    std::vector<TESK_ZAN::Point3> points() const { return vertices.copy(); }
+    std::vector<int> indices() const;
+
 private:
+    std::size_t indexAt(std::size_t row, std::size_t corner) const;
+
     CloudView vertices;
     TableView triangleTable;
 };

@@ -60,13 +60,11 @@ std::unique_ptr<MeshHandle> meltSoup(const py::array& xyz, const py::array& tria
 }
 
 std::unique_ptr<MeshHandle> meshOfSoup(const py::array& xyz, const Colors& rgba, const py::array& triangles,
-                                       const py::object& progress)
+                                       double cellSize, const py::object& progress)
 {
     const SoupView soup(xyz, rgba, triangles);
-    return handleOf(runCall(progress, [&] {
-        std::vector<Point3> vCorners = soup.corners();
-        return meshFromTriangles(vCorners);
-    }));
+    return handleOf(
+        runCall(progress, [&] { return meshFromIndexed(soup.points(), soup.indices(), cellSize); }));
 }
 
 // None where no triangle is left.
@@ -163,6 +161,7 @@ void addMesh(py::module_& core)
         .def("vertices", &MeshHandle::vertices)
         .def("triangles", &MeshHandle::triangles)
         .def("colors", &MeshHandle::colors)
+        .def("state", &MeshHandle::state)
         .def("num_triangles",
              [](MeshHandle& handle) {
                  return handle.read([](const MeshPtr& pMesh) { return pMesh->getNumT(); });

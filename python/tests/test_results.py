@@ -1,5 +1,8 @@
 """What comes out of the calls, against numpy's own computations."""
 
+import copy
+import pickle
+
 import numpy as np
 import pytest
 import shapes
@@ -211,3 +214,21 @@ def test_average_edge_length_is_the_mean_over_the_edges(mesh):
     edges, _ = shapes.edge_counts(mesh.triangles)
     lengths = np.linalg.norm(mesh.vertices[edges[:, 0]] - mesh.vertices[edges[:, 1]], axis=1)
     assert mesh.average_edge_length == pytest.approx(lengths.mean())
+
+
+def test_copies_and_pickles_are_the_same_mesh_and_independent(mesh):
+    half = zan.Mesh(mesh.vertices, mesh.triangles, mesh.colors)
+    assert same(half, mesh) and (half.colors == mesh.colors).all()
+    mesh.reduce(max_angle=5)
+    for twin in (copy.copy(mesh), copy.deepcopy(mesh), pickle.loads(pickle.dumps(mesh))):
+        assert same(twin, mesh) and (twin.colors == mesh.colors).all() and twin.cell_size == mesh.cell_size
+        twin.smooth(2)
+        assert not np.array_equal(twin.vertices, mesh.vertices)
+
+
+def test_a_vertex_without_colour_stays_without_one_in_a_copy():
+    corners = [[0, 0, 0], [1, 0, 0], [0, 1, 0], [1, 1, 0]]
+    colors = np.array([[9, 8, 7, 255], [9, 8, 7, 255], [0, 0, 0, 0], [0, 0, 0, 0]], np.uint8)
+    twin = copy.copy(zan.Mesh(corners, [[0, 1, 2], [1, 3, 2]], colors))
+    twin.colorize_filled_holes()
+    assert (twin.colors == colors[0]).all()

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import math
 import os
-from typing import Callable, Optional, Union
+from typing import Callable, Optional, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -21,7 +21,8 @@ class Mesh:
 
     `vertices`, `triangles` and `colors` make new arrays each time, which are yours: they stay valid whatever
     happens to the mesh, and the mesh does not see what you write into them. Several threads may use one mesh: the
-    calls wait for each other.
+    calls wait for each other. `copy.copy`, `copy.deepcopy` and `pickle` give a mesh of its own with the same
+    vertices, triangles, colours and cell size.
     """
 
     _handle: _core.Mesh
@@ -36,7 +37,8 @@ class Mesh:
         """A mesh of these very triangles: equal vertices become one, and that is all. `melt` mends triangles.
 
         Triangles with a coordinate that is not finite, of less than three different vertices or with the vertices
-        of an earlier one are left out, with a warning. Vertices that no triangle uses are dropped.
+        of an earlier one are left out, with a warning. Vertices that no triangle uses are dropped; the others keep
+        their order, as the triangles do.
 
         Args:
             vertices: (n, 3) numbers, as in `reconstruct`.
@@ -51,7 +53,7 @@ class Mesh:
         rgba = color_table(colors, len(xyz))
         indices = index_table(triangles, "triangles")
         self._handle = run_or_raise(
-            "no triangle is left", _core.mesh_from_triangles, xyz, rgba, indices, callable_or_none(progress)
+            "no triangle is left", _core.mesh_from_triangles, xyz, rgba, indices, 0.0, callable_or_none(progress)
         )
 
     @classmethod
@@ -59,6 +61,23 @@ class Mesh:
         mesh = cls.__new__(cls)
         mesh._handle = handle
         return mesh
+
+    @classmethod
+    def _restore(
+        cls,
+        vertices: npt.NDArray[np.float64],
+        triangles: npt.NDArray[np.int32],
+        colors: Optional[npt.NDArray[np.uint8]],
+        cell_size: float,
+    ) -> "Mesh":
+        return cls._of(
+            run_or_raise(
+                "no triangle is left", _core.mesh_from_triangles, vertices, colors, triangles, cell_size, None
+            )
+        )
+
+    def __reduce__(self) -> Tuple[object, ...]:
+        return type(self)._restore, self._handle.state()
 
     @property
     def vertices(self) -> npt.NDArray[np.float64]:
