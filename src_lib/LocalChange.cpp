@@ -67,20 +67,27 @@ bool Shape::isClearlyBetterThan(const Shape& other) const
 
 bool LocalChanger::improves(const LocalChange& change, Shape& after)
 {
+    Shape before;
+    double moved = 0.0;
+    return foresee(change, before, after, moved) && moved <= MAX_SHIFT_CELLS * mesh.getCellSize() &&
+           after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
+           after.sharpestCos >= std::min(before.sharpestCos, GENTLE_COS);
+}
+
+bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& after, double& moved)
+{
     vOldT.clear();
     vOld.clear();
     vNew.clear();
-    const bool bPossible =
-        change.pSrc == nullptr ? planFlip(*change.pRE) : planCollapse(*change.pRE, change.pSrc);
-    if (!bPossible || shift > MAX_SHIFT_CELLS * mesh.getCellSize())
+    if (!(change.pSrc == nullptr ? planFlip(*change.pRE) : planCollapse(*change.pRE, change.pSrc)))
         return false;
     for (const RTriangle* pRT : vOldT)
         vOld.push_back({pRT->getCorner(0), pRT->getCorner(1), pRT->getCorner(2)});
     collectRim();
-    const Shape before = shapeOf(vOld);
+    before = shapeOf(vOld);
     after = shapeOf(vNew);
-    return after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
-           after.sharpestCos >= std::min(before.sharpestCos, GENTLE_COS);
+    moved = shift;
+    return true;
 }
 
 bool LocalChanger::planFlip(const REdge& edge)

@@ -1,4 +1,5 @@
-// Subsystem: real mesh. Builds on: RMesh. Used by: shapeRepair.
+// Subsystem: real mesh. Builds on: RMesh. Used by: shapeRepair,
+// edgeSharpening, rimGrowth.
 // A flip of one edge or a collapse onto one of its endpoints: how the surface would look afterwards, and the
 // step itself.
 #pragma once
@@ -44,8 +45,12 @@ public:
     // they would look like. O(square of the triangles concerned, which are few: hubs are refused).
     bool improves(const LocalChange& change, Shape& after);
 
-    // Makes the change that improves has allowed last. vNewT: replaced by the triangles that it made or
-    // moved.
+    // False if the change is impossible: it would open or close a border, or join or part something. before,
+    // after: the triangles concerned. shift: by how much the surface moves, in units of the input.
+    bool foresee(const LocalChange& change, Shape& before, Shape& after, double& shift);
+
+    // Makes a change that one of the two has allowed; the mesh must not have changed since. vNewT: replaced
+    // by the triangles that it made or moved.
     void apply(const LocalChange& change, std::vector<RTriangle*>& vNewT);
 
 private:

@@ -93,6 +93,12 @@ const std::vector<PhaseWeight>& closeHolesPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& sharpenEdgesPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"SH_edges", 10}};
+    return vPhases;
+}
+
 const std::vector<PhaseWeight>& meshFromTrianglesPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {{"RM_smVtx", 5}, {"RM_smT", 10}};

@@ -6,9 +6,11 @@
 #include "Progress.h"
 #include "RMesh.h"
 #include "TaskPool.h"
+#include "edgeSharpening.h"
 #include "flipLoops.h"
 #include "holeClosing.h"
 #include "messages.h"
+#include "numberText.h"
 #include "progressTrees.h"
 #include "sampleScan.h"
 #include "soupMesh.h"
@@ -213,6 +215,25 @@ int closeHoles(std::shared_ptr<Mesh> pMesh, int maxEdges)
     pMesh->getRMesh()->colorizeFilledHoles();
     tree.finish();
     return static_cast<int>(report.numClosed);
+}
+
+int sharpenEdges(std::shared_ptr<Mesh> pMesh, double featureAngle)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return 0;
+    }
+    constexpr double MIN_ANGLE = 10.0, MAX_ANGLE = 90.0;
+    if (!(featureAngle >= MIN_ANGLE && featureAngle <= MAX_ANGLE)) {
+        ZAN_WARNING("a feature angle of " + numberToText(featureAngle) +
+                    " degrees is not from 10 to 90: no edge is sharpened");
+        return 0;
+    }
+    ProgressTree tree("SharpenEdges", sharpenEdgesPhases());
+    const size_t numAdded = sharpenEdges(*pMesh->getRMesh(), featureAngle);
+    pMesh->getRMesh()->colorizeFilledHoles();
+    tree.finish();
+    return static_cast<int>(numAdded);
 }
 
 void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations)

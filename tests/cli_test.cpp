@@ -178,16 +178,17 @@ TEST_F(Cli, FinishingStepsAreTakenAndReported)
     writeSphere("in.xyz");
     const int numRaw = std::stoi("0" + valueOf("triangles", zan("reconstruct in.xyz raw.ply").out));
     const Outcome outcome = zan("reconstruct in.xyz out.ply --contrast 0.01 0.01 --reduce inf 20 --smooth 2 "
-                                "--anneal --close-holes 0");
+                                "--anneal --close-holes 0 --sharpen");
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_LT(std::stoi("0" + valueOf("triangles", outcome.out)), numRaw / 2);
     EXPECT_GT(std::stoi("0" + valueOf("reduced by", outcome.out)), numRaw / 2);
     EXPECT_EQ(valueOf("smoothed", outcome.out).rfind("2 rounds", 0), 0U);
     EXPECT_EQ(valueOf("holes closed", outcome.out), "0");
+    EXPECT_EQ(valueOf("vertices on edges", outcome.out), "0");
     const std::string time = valueOf("time", outcome.out);
     size_t last = 0; // in the order in which they are taken, whatever order they are asked for in
-    for (const char* stage :
-         {"reading", "reconstructing", "closing holes", "annealing", "smoothing", "reducing", "contrast"}) {
+    for (const char* stage : {"reading", "reconstructing", "closing holes", "annealing", "smoothing",
+                              "sharpening", "reducing", "contrast"}) {
         const size_t pos = time.find(stage);
         ASSERT_NE(pos, std::string::npos) << stage;
         EXPECT_GT(pos, last) << stage;
@@ -280,6 +281,8 @@ TEST_F(Cli, ValuesThatMakeNoSenseAreRefused)
                                "--quiet --verbose",
                                "--close-holes -1",
                                "--close-holes x",
+                               "--sharpen 5",
+                               "--sharpen nan",
                                "--contrast 0.1",
                                "--contrast 0.01 0.5",
                                "--contrast nan 0"})

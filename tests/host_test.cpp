@@ -123,6 +123,36 @@ TEST_F(Host, AHoleIsClosedColouredAndHeardOfWhenItIsSmallEnough)
     EXPECT_EQ(closeHoles(nullptr, 0), 0);
 }
 
+TEST_F(Host, SharpEdgesComeBackColouredAndHeardOf)
+{
+    std::vector<Point3> vCube; // no point is on an edge
+    for (int i = 0; i < 20; ++i)
+        for (int k = 0; k < 20; ++k)
+            for (const double side : {0.0, 20.0}) {
+                vCube.emplace_back(side, i + 0.5, k + 0.5, 9, 9, 9, 255);
+                vCube.emplace_back(i + 0.5, side, k + 0.5, 9, 9, 9, 255);
+                vCube.emplace_back(i + 0.5, k + 0.5, side, 9, 9, 9, 255);
+            }
+    const auto pMesh = reconstruct_abs(vCube, 1.0, 0);
+    ASSERT_NE(pMesh, nullptr);
+    Listener listener;
+    subscribe(&listener);
+    EXPECT_EQ(sharpenEdges(pMesh, 9.0), 0);
+    EXPECT_EQ(sharpenEdges(pMesh, std::nan("")), 0);
+    EXPECT_GT(sharpenEdges(pMesh, 40.0), 12 * 19);
+    EXPECT_EQ(listener.names, std::set<std::string>{"SharpenEdges"});
+    EXPECT_EQ(listener.last, 1.0);
+    std::vector<Point3*> vPoints;
+    pMesh->getPoints(vPoints);
+    EXPECT_TRUE(std::all_of(vPoints.begin(), vPoints.end(), [](const Point3* p) { return p->hasColor(); }));
+    const auto bCorner = [](const Point3* p) {
+        const auto bEnd = [](double x) { return std::abs(x - 10.0) > 10.0 - 1e-9; };
+        return bEnd(p->x()) && bEnd(p->y()) && bEnd(p->z());
+    };
+    EXPECT_EQ(std::count_if(vPoints.begin(), vPoints.end(), bCorner), 8);
+    EXPECT_EQ(sharpenEdges(nullptr, 40.0), 0);
+}
+
 TEST_F(Host, TrianglesBecomeAMeshThatCanBeImproved)
 {
     Listener listener;

@@ -26,6 +26,15 @@ std::string isCut(const std::string& text)
                                                   : "must be a number from 0 to below 0.5, is '" + text + "'";
 }
 
+std::string isSharpenAngle(const std::string& text)
+{
+    double value = 0.0;
+    const bool bNumber = CLI::detail::lexical_cast(text, value);
+    return bNumber && value >= 10.0 && value <= 90.0
+               ? ""
+               : "must be a number from 10 to 90, or left out behind the file names, is '" + text + "'";
+}
+
 struct ReduceLimits {
     Length length{std::numeric_limits<double>::infinity(), false};
     double angle = DEFAULT_REDUCE_ANGLE;
@@ -84,6 +93,16 @@ void addFinishingOptions(CLI::App& command, FinishingOptions& options)
         ->check(CLI::Range(0, MAX_ROUNDS))
         ->capture_default_str()
         ->group(GROUP);
+    command
+        .add_option("--sharpen", options.oSharpenAngle,
+                    "Give edges back that the cells cut off, where the surface turns by more degrees than "
+                    "ANGLE; without a number " +
+                        std::to_string(int(DEFAULT_SHARPEN_ANGLE)))
+        ->type_name("[ANGLE]")
+        ->expected(0, 1)
+        ->default_str(std::to_string(int(DEFAULT_SHARPEN_ANGLE)))
+        ->check(isSharpenAngle)
+        ->group(GROUP);
     addReduceLimits(command, options);
     command.add_option("--reduce", options.vReduce, "Both limits in one: --reduce 2c 5, --reduce inf 10")
         ->expected(2)
@@ -124,6 +143,11 @@ void finishMesh(const FinishingOptions& options, const std::shared_ptr<Mesh>& pM
         job.begin("smoothing");
         laplacianSmoothing(pMesh, options.numSmooth);
         report.add("smoothed", std::to_string(options.numSmooth) + " rounds", options.numSmooth);
+    }
+    if (options.oSharpenAngle) {
+        job.begin("sharpening");
+        report.add("vertices on edges",
+                   static_cast<std::size_t>(sharpenEdges(pMesh, *options.oSharpenAngle)));
     }
     if (const std::optional<ReduceLimits> oLimits = reduceLimits(options)) {
         job.begin("reducing");

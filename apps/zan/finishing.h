@@ -1,5 +1,5 @@
-// What a command can do to a mesh before it writes it: closed holes, annealing, smoothing, reduction,
-// contrast.
+// What a command can do to a mesh before it writes it: closed holes, annealing, smoothing, sharp edges,
+// reduction, contrast.
 #pragma once
 
 #include "Length.h"
@@ -18,8 +18,9 @@ class App;
 
 class Job;
 
-// In degrees: what a surface sampled by a scanner turns by where it is flat.
+// In degrees: what a surface sampled by a scanner turns by where it is flat; what only sharp edges turn by.
 constexpr double DEFAULT_REDUCE_ANGLE = 5.0;
+constexpr double DEFAULT_SHARPEN_ANGLE = 40.0;
 
 // Each empty, false or 0 where the step is not asked for.
 struct FinishingOptions {
@@ -27,6 +28,7 @@ struct FinishingOptions {
     bool bFlip = false;
     bool bAnneal = false;
     int numSmooth = 0;                   // rounds
+    std::optional<double> oSharpenAngle; // of the edges that are sharpened, in degrees
     std::vector<std::string> vReduce;    // both of the next two in one option, as text
     std::optional<Length> oReduceLength; // the longest edge to collapse; without, any
     std::optional<double> oReduceAngle;  // the largest turn in degrees; without, the default
@@ -39,6 +41,6 @@ void addFinishingOptions(CLI::App& command, FinishingOptions& options);
 // The two limits of a reduction alone.
 void addReduceLimits(CLI::App& command, FinishingOptions& options);
 
-// Takes the steps in a fixed order: close holes, flip, anneal, smooth, reduce, contrast; each is a stage of
-// the job, with a line in the report if it has a figure.
+// Takes the steps in a fixed order: close holes, flip, anneal, smooth, sharpen, reduce, contrast; each is a
+// stage of the job, with a line in the report if it has a figure.
 void finishMesh(const FinishingOptions& options, const std::shared_ptr<TESK_ZAN::Mesh>& pMesh, Job& job);

@@ -197,6 +197,11 @@ void addMesh(py::module_& core)
                  return handle.change(progress,
                                       [&](const MeshPtr& pMesh) { return closeHoles(pMesh, maxEdges); });
              })
+        .def("sharpen_edges",
+             [](MeshHandle& handle, double featureAngle, const py::object& progress) {
+                 return handle.change(
+                     progress, [&](const MeshPtr& pMesh) { return sharpenEdges(pMesh, featureAngle); });
+             })
         .def("contrast_spread",
              [](MeshHandle& handle, double low, double high) {
                  handle.change(py::none(), [&](const MeshPtr& pMesh) { pMesh->contrastSpread(low, high); });

@@ -60,6 +60,7 @@ def test_wrong_arguments_of_a_mesh_are_told_and_leave_it_as_it_is():
         (lambda: mesh.reduce(max_angle=np.inf), "max_angle must be finite"),
         (lambda: mesh.smooth(-1), "num_iterations must be from 0"),
         (lambda: mesh.close_holes(0), "max_edges must be from 1"),
+        (lambda: mesh.sharpen_edges(5), "feature_angle must be from 10 to 90, is 5"),
         (lambda: mesh.contrast_spread(np.nan), "low_fraction must be finite"),
     ):
         with pytest.raises(ValueError, match=text):

@@ -169,6 +169,19 @@ def test_a_hole_is_closed_if_it_is_not_too_large():
     assert len(mesh.border_edges()) == 0
 
 
+def test_sharp_edges_are_given_back():
+    steps = np.linspace(-0.475, 0.475, 20)
+    u, v = (grid.ravel() for grid in np.meshgrid(steps, steps))
+    faces = [np.roll(np.column_stack([np.full_like(u, s), u, v]), axis, axis=1) for axis in range(3) for s in (-0.5, 0.5)]
+    mesh = zan.reconstruct(np.concatenate(faces))
+    old = shapes.rows(mesh.vertices)
+    added = mesh.sharpen_edges()
+    assert added > 100
+    assert old <= shapes.rows(mesh.vertices) and len(mesh.vertices) == len(old) + added
+    assert (np.abs(mesh.vertices) > 0.5 - 1e-9).all(axis=1).sum() == 8
+    assert mesh.sharpen_edges() == 0
+
+
 def test_flips_keep_the_vertices_and_reduction_a_part_of_them(cloud):
     mesh = zan.reconstruct(cloud.points, fill_size=2)  # between points of different colours nothing collapses
     vertices = shapes.rows(mesh.vertices)

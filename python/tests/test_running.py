@@ -34,6 +34,7 @@ def run_all(points, mesh, progress):
         "reduce": lambda: mesh.reduce(max_angle=5.0, progress=progress),
         "smooth": lambda: mesh.smooth(3, progress=progress),
         "close_holes": lambda: mesh.close_holes(progress=progress),
+        "sharpen_edges": lambda: mesh.sharpen_edges(progress=progress),
     }
 
 

@@ -151,6 +151,20 @@ class Mesh:
         limit = 0 if max_edges is None else whole(max_edges, "max_edges", low=1)
         return run(self._handle.close_holes, limit, callable_or_none(progress))
 
+    def sharpen_edges(self, feature_angle: float = 40.0, progress: Progress = None) -> int:
+        """Give the sharp edges that the cells cut off back; returns how many vertices were added on them.
+
+        For meshes of `reconstruct`, after smoothing and before reduction. Rounded edges stay, and so do those
+        beside noisy faces.
+
+        Args:
+            feature_angle: Only edges where the surface turns by more degrees than this, 10 to 90.
+        """
+        angle = real(feature_angle, "feature_angle")
+        if not 10.0 <= angle <= 90.0:
+            raise ValueError(f"feature_angle must be from 10 to 90, is {angle:g}")
+        return run(self._handle.sharpen_edges, angle, callable_or_none(progress))
+
     def colorize_filled_holes(self) -> None:
         """Give vertices without a colour the mean colour of their neighbours, from the coloured ones on."""
         run(self._handle.colorize_filled_holes)

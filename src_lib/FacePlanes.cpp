@@ -1,0 +1,171 @@
+#include "FacePlanes.h"
+
+#include "RMesh.h"
+#include "freeFunctions.h"
+#include "sortMT.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+constexpr int RINGS_FITTED = 3;      // edges from a vertex to those that its plane is fitted to
+constexpr int RINGS_WITH_PLANES = 2; // edges from a bend to the flat vertices that get a plane
+constexpr int RINGS_BENT = 3;        // edges that a plane is carried on over a bend
+constexpr size_t MIN_FITTED = 6;
+constexpr size_t MAX_FITTED = 64;           // a hub would bring all of its neighbours
+constexpr double MAX_RMS_CELLS = 0.15;      // of the fitted vertices: more is noise
+constexpr double MAX_DISTANCE_CELLS = 0.25; // of a vertex from its plane
+
+double degreesToCos(double angle)
+{
+    return std::cos(angle * RADIANS_PER_DEGREE);
+}
+
+} // namespace
+
+FacePlanes::FacePlanes(const RMesh& mesh_, double featureAngle)
+    : mesh(mesh_), vNormal(mesh_.getNumVtx()), vPlaneOf(mesh_.getNumVtx(), NONE)
+{
+    findFlat(featureAngle);
+    findBends();
+    fitPlanes();
+    spread();
+}
+
+const Plane* FacePlanes::at(const Point3* pVtx) const
+{
+    const std::uint32_t place = vPlaneOf[numberOf(pVtx)];
+    return place == NONE ? nullptr : &vPlane[place];
+}
+
+void FacePlanes::findFlat(double featureAngle)
+{
+    const double flatCos = degreesToCos(featureAngle / 4.0);
+    const std::vector<RTriangle*>& vT = mesh.getAllT();
+    forRangeMT(vT.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            if (vT[i]->isAlive())
+                vT[i]->fillNNV();
+    });
+    forRangeMT(vNormal.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i) {
+            const auto& vTNumbers = recordOf(mesh.getVtx(i)).vTNumbers;
+            Vector3 sum;
+            for (size_t k = 0; k < vTNumbers.size(); ++k)
+                sum += vT[vTNumbers[k]]->getCachedNNV();
+            const double len = sum.length();
+            if (!(len > 0.0))
+                continue;
+            const Vector3 normal = sum / len;
+            bool bFlat = true;
+            for (size_t k = 0; k < vTNumbers.size() && bFlat; ++k)
+                bFlat = vT[vTNumbers[k]]->getCachedNNV() * normal >= flatCos;
+            if (bFlat)
+                vNormal[i] = normal;
+        }
+    });
+}
+
+// Breadth-first from the vertices with triangles that are not flat.
+void FacePlanes::findBends()
+{
+    std::vector<char> vSeen(vNormal.size(), 0);
+    for (std::uint32_t i = 0; i < vNormal.size(); ++i)
+        if (vNormal[i].isDegenerate() && recordOf(mesh.getVtx(i)).vTNumbers.size() > 0) {
+            vBentVtx.push_back(i);
+            vSeen[i] = 1;
+        }
+    std::vector<std::uint32_t> vFront = vBentVtx, vNext;
+    std::vector<Point3*> vRing;
+    for (int ring = 0; ring < RINGS_WITH_PLANES; ++ring) {
+        vNext.clear();
+        for (const std::uint32_t number : vFront) {
+            mesh.getRingVtx(mesh.getVtx(number), vRing);
+            for (const Point3* pNeig : vRing)
+                if (vSeen[numberOf(pNeig)] == 0) {
+                    vSeen[numberOf(pNeig)] = 1;
+                    vNext.push_back(numberOf(pNeig));
+                }
+        }
+        vFlatVtx.insert(vFlatVtx.end(), vNext.begin(), vNext.end());
+        vFront.swap(vNext);
+    }
+    std::sort(vFlatVtx.begin(), vFlatVtx.end());
+}
+
+void FacePlanes::fitPlanes()
+{
+    vPlane.resize(vFlatVtx.size());
+    forRangeMT(vFlatVtx.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            vPlane[i] = fitAround(mesh.getVtx(vFlatVtx[i]));
+    });
+    for (std::uint32_t place = 0; place < vFlatVtx.size(); ++place)
+        if (!vPlane[place].getNormal().isDegenerate())
+            vPlaneOf[vFlatVtx[place]] = place;
+}
+
+// A plane without a normal where there is too little to fit, or noise.
+Plane FacePlanes::fitAround(const Point3* pVtx) const
+{
+    std::vector<Point3*> vFitted = {mesh.getVtx(numberOf(pVtx))}, vRing;
+    size_t begin = 0;
+    for (int ring = 0; ring < RINGS_FITTED; ++ring) {
+        const size_t end = vFitted.size();
+        for (; begin < end && vFitted.size() < MAX_FITTED; ++begin) {
+            mesh.getRingVtx(vFitted[begin], vRing);
+            for (Point3* pNeig : vRing)
+                if (!vNormal[numberOf(pNeig)].isDegenerate() &&
+                    std::find(vFitted.begin(), vFitted.end(), pNeig) == vFitted.end())
+                    vFitted.push_back(pNeig);
+        }
+    }
+    Vector3 normal;
+    Point3 centroid;
+    if (vFitted.size() < MIN_FITTED || !estimateNNV(vFitted, normal, centroid))
+        return {};
+    double sum = 0.0;
+    for (const Point3* p : vFitted)
+        sum += std::pow((*p - centroid) * normal, 2);
+    const double maxRms = MAX_RMS_CELLS * mesh.getCellSize();
+    if (sum > maxRms * maxRms * static_cast<double>(vFitted.size()))
+        return {};
+    return {centroid, normal * vNormal[numberOf(pVtx)] < 0.0 ? normal * -1.0 : normal};
+}
+
+// Each round reads what the round before has left.
+void FacePlanes::spread()
+{
+    std::vector<std::uint32_t> vBest(vBentVtx.size());
+    for (int round = 0; round < 2 * RINGS_BENT; ++round) {
+        forRangeMT(vBentVtx.size(), [&](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i)
+                vBest[i] = bestOfNeighbours(mesh.getVtx(vBentVtx[i]));
+        });
+        for (size_t i = 0; i < vBest.size(); ++i)
+            vPlaneOf[vBentVtx[i]] = vBest[i];
+    }
+}
+
+std::uint32_t FacePlanes::bestOfNeighbours(const Point3* pVtx) const
+{
+    std::uint32_t best = vPlaneOf[numberOf(pVtx)];
+    double least = best == NONE ? MAX_DISTANCE_CELLS * mesh.getCellSize() : vPlane[best].absDistance(*pVtx);
+    std::vector<Point3*> vRing;
+    mesh.getRingVtx(pVtx, vRing);
+    for (const Point3* pNeig : vRing) {
+        const std::uint32_t place = vPlaneOf[numberOf(pNeig)];
+        if (place == NONE || !(vPlane[place].absDistance(*pVtx) < least))
+            continue;
+        least = vPlane[place].absDistance(*pVtx);
+        best = place;
+    }
+    return best;
+}
+
+} // namespace TESK_ZAN

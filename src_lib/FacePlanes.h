@@ -1,0 +1,50 @@
+// Subsystem: real mesh. Builds on: RMesh, Plane, sortMT. Used by: SharpEdgePlan.
+// The smooth faces beside the sharp bends of a mesh, carried on up to the bends.
+#pragma once
+
+#include "Plane.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace TESK_ZAN
+{
+
+class Point3;
+class RMesh;
+
+// A vertex is flat if its triangles turn by less than a quarter of the feature angle from their mean. Within
+// a few edges of one that is not, each flat vertex gets the plane that fits the flat ones around it. From
+// there the planes go on over the other vertices: each takes the plane from its neighbours that it lies in.
+// So a vertex beside a sharp edge has the plane of the face that it is on, whatever its own triangles look
+// like. What lies in no plane, as on a rounded edge, has none, and neither have vertices far from all bends.
+// Linear, in parallel but for the spreading.
+class FacePlanes
+{
+public:
+    // The mesh must be oriented. Fills its cached normals.
+    FacePlanes(const RMesh& mesh, double featureAngle);
+
+    // Of a vertex of the mesh as it was then; null: none. Its normal points where those of the triangles do.
+    const Plane* at(const Point3* pVtx) const;
+
+private:
+    static constexpr std::uint32_t NONE = 0xFFFFFFFF;
+
+    void findFlat(double featureAngle);
+    void findBends();
+    void fitPlanes();
+    void spread();
+    Plane fitAround(const Point3* pVtx) const;
+    std::uint32_t bestOfNeighbours(const Point3* pVtx) const;
+
+    const RMesh& mesh;
+    std::vector<Vector3> vNormal;        // by vertex number; null where the vertex is not flat
+    std::vector<std::uint32_t> vBentVtx; // numbers of the vertices that are not flat, ascending
+    std::vector<std::uint32_t> vFlatVtx; // of the flat ones near them, ascending
+    std::vector<Plane> vPlane;           // by place in vFlatVtx
+    std::vector<std::uint32_t> vPlaneOf; // by vertex number: the place of its plane, or NONE
+};
+
+} // namespace TESK_ZAN
