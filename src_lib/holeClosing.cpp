@@ -24,30 +24,38 @@ namespace TESK_ZAN
 namespace
 {
 
-// Up to here a hole counts as small, and as flat: then ears serve better than cells. In mean edge lengths of
-// its border.
-constexpr double SMALL_EXTENT = 8.0;
+// In mean edge lengths of the border: up to which width a hole needs no inner vertices, up to which the bend
+// of the surface does not matter in one that is flat, and what is flat.
+constexpr double SMALL_WIDTH = 4.0;
+constexpr double MODERATE_WIDTH = 8.0;
 constexpr double FLAT_DEPTH = 0.6;
 
-bool isSmallAndFlat(const std::vector<REdge*>& vLoopRE)
+enum Method { ME_EARS, ME_VOLUME, ME_MEMBRANE };
+
+// The methods, the best one for the hole first.
+std::array<Method, 3> getOrder(const std::vector<REdge*>& vLoopRE)
 {
     std::vector<Point3*> vVtx;
     for (const REdge* pRE : vLoopRE)
         for (int i = 0; i < 2; ++i)
             vVtx.push_back(pRE->getVertex(i));
-    const double edgeLen = getMeanLength(vLoopRE);
     Vector3 nnv;
     Point3 centroid;
     if (!estimateNNV(vVtx, nnv, centroid))
-        return true;
-    return std::all_of(vVtx.begin(), vVtx.end(), [&](const Point3* pVtx) {
+        return {ME_EARS, ME_VOLUME, ME_MEMBRANE};
+    double width = 0.0, depth = 0.0;
+    for (const Point3* pVtx : vVtx) {
         const Vector3 offset = *pVtx - centroid;
-        return 2.0 * offset.length() < SMALL_EXTENT * edgeLen &&
-               std::fabs(offset * nnv) < FLAT_DEPTH * edgeLen;
-    });
+        width = std::max(width, 2.0 * offset.length());
+        depth = std::max(depth, std::fabs(offset * nnv));
+    }
+    const double edgeLen = getMeanLength(vLoopRE);
+    if (!(depth < FLAT_DEPTH * edgeLen && width < MODERATE_WIDTH * edgeLen))
+        return {ME_VOLUME, ME_MEMBRANE, ME_EARS};
+    if (width < SMALL_WIDTH * edgeLen)
+        return {ME_EARS, ME_VOLUME, ME_MEMBRANE};
+    return {ME_MEMBRANE, ME_VOLUME, ME_EARS};
 }
-
-enum Method { ME_EARS, ME_VOLUME, ME_MEMBRANE };
 
 enum Outcome { OC_CLOSED, OC_RIM, OC_LEFT_OPEN };
 
@@ -86,10 +94,8 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
 // A method only where those before it left the hole open.
 Outcome closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE)
 {
-    const std::array<Method, 3> order = isSmallAndFlat(vLoopRE) ? std::array{ME_EARS, ME_VOLUME, ME_MEMBRANE}
-                                                                : std::array{ME_VOLUME, ME_MEMBRANE, ME_EARS};
     Attempt attempt;
-    for (const Method method : order) {
+    for (const Method method : getOrder(vLoopRE)) {
         attempt = tryMethod(mesh, vLoopRE, method);
         if (attempt.outcome != OC_LEFT_OPEN)
             break;
