@@ -5,6 +5,7 @@
 #include "CellBitSet.h"
 #include "Filler.h"
 #include "RCDMatrix.h"
+#include "bridgeEvening.h"
 #include "freeFunctions.h"
 #include "messages.h"
 #include "numberText.h"
@@ -127,6 +128,12 @@ public:
         });
     }
 
+    // Takes away what has got into cells of the surface.
+    void dropTaken(CellPoints& vPoints) const
+    {
+        std::erase_if(vPoints, [this](const auto& entry) { return sCells.contains(entry.first); });
+    }
+
 private:
     // True if there are cells along the straight way to the far rim, beside it at the most.
     bool isWhole(const Bridge& bridge) const
@@ -176,6 +183,9 @@ void bridgeGaps(int numGrowSteps, const CellPoints& vCells, const std::vector<u6
     BridgeSet bridges(vCells, vGrown, rims);
     bridges.dropBroken();
     vBridges = bridges.select(vGrown);
+    evenBridges(vCells, pCalc->getCellSize(), vBridges);
+    keepInBox(vCells, pCalc, vBridges);
+    bridges.dropTaken(vBridges);
 }
 
 } // namespace TESK_ZAN

@@ -245,9 +245,9 @@ ZAN_EXPORT void setMessageStream(std::ostream* p);
 ZAN_EXPORT void sampleScan(std::vector<Point3>& vPoints);
 
 // As toCloud, and behind those points others that bridge the gaps between sheets: between rims that face each
-// other, along slits and over small holes, about a cell from where the sheets would go on. Give the whole to
-// reconstruct_abs with the same spacing and a fill size of 2 for one surface; what is open elsewhere stays
-// open.
+// other, along slits and over small holes, a few tenths of a cell from where the sheets would go on. Give the
+// whole to reconstruct_abs with the same spacing and a fill size of 2 for one surface; what is open elsewhere
+// stays open.
 //   growSteps  above 0, in cells: rims of up to 1.5 times as many cells from each other are joined (2 for
 //              one step), wider gaps stay. About 3 to 20.
 // Nothing joins sheets that face each other with their sides. Failures as of toCloud; growSteps that are not

@@ -142,7 +142,7 @@ TEST_F(FillGapsTest, sheetsInOnePlaneAreJoinedInTheGapAndNowhereElse)
             const Vector3 v = p - Point3();
             EXPECT_TRUE(v * x > 22.0 && v * x < 29.0 + gap) << v * x;
             EXPECT_TRUE(v * y > -0.5 * gap && v * y < 20.0 + 0.5 * gap) << v * y;
-            EXPECT_LT(std::fabs(v * z), 2.0);
+            EXPECT_LT(std::fabs(v * z), 0.8);
             EXPECT_LE(distanceTo(vCloud, p), gap) << "farther than the grow steps";
         }
         const MeshReport report = reconstructed(soup, gap);
@@ -172,7 +172,7 @@ TEST_F(FillGapsTest, shardsOfASphereBecomeTheSphere)
 {
     const Soup soup = sphereShards(5.0);
     for (const Point3& p : added(soup, 5))
-        EXPECT_NEAR(RADIUS, (p - Point3()).length(), 2.5);
+        EXPECT_NEAR(RADIUS, (p - Point3()).length(), 0.5);
     const MeshReport report = reconstructed(soup, 5);
     EXPECT_TRUE(report.isClosedManifold() && report.isOriented()) << toText(report);
     EXPECT_EQ(1u, report.numComponents);
