@@ -57,6 +57,62 @@ std::array<Method, 3> getOrder(const std::vector<REdge*>& vLoopRE)
     return {ME_MEMBRANE, ME_VOLUME, ME_EARS};
 }
 
+// The area of the surface that hangs together over edges with each triangle. Linear.
+class SurfaceAreas
+{
+public:
+    explicit SurfaceAreas(const RMesh& mesh);
+    double at(const RTriangle* pRT) const { return vArea[vSurfaceOf[numberOf(pRT)]]; }
+
+private:
+    static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+    std::vector<std::size_t> vSurfaceOf; // by number of the triangle
+    std::vector<double> vArea;
+};
+
+SurfaceAreas::SurfaceAreas(const RMesh& mesh) : vSurfaceOf(mesh.getAllT().size(), NONE)
+{
+    std::vector<RTriangle*> vQueue, vNeigRT;
+    for (RTriangle* pSeedRT : mesh.getAllT()) {
+        if (!pSeedRT->isAlive() || vSurfaceOf[numberOf(pSeedRT)] != NONE)
+            continue;
+        double area = 0.0;
+        vQueue.assign(1, pSeedRT);
+        vSurfaceOf[numberOf(pSeedRT)] = vArea.size();
+        while (!vQueue.empty()) {
+            const RTriangle* pRT = vQueue.back();
+            vQueue.pop_back();
+            area += pRT->getArea();
+            vNeigRT.clear();
+            for (int ici = 0; ici < 3; ++ici)
+                pRT->getRE(ici)->getAliveT(vNeigRT);
+            for (RTriangle* pNeigRT : vNeigRT)
+                if (vSurfaceOf[numberOf(pNeigRT)] == NONE) {
+                    vSurfaceOf[numberOf(pNeigRT)] = vArea.size();
+                    vQueue.push_back(pNeigRT);
+                }
+        }
+        vArea.push_back(area);
+    }
+}
+
+// For each loop, whether its surface has far more area than any sheet in a rim of this length, flat, rolled
+// or rough: it bulges, and the rim is an opening in a body. isGoodHole cannot tell that of bites out of thin
+// walls.
+std::vector<bool> findOpeningsOfBodies(const RMesh& mesh, const std::vector<std::vector<REdge*>>& vLoops)
+{
+    constexpr double PI = 3.14159265358979323846;
+    constexpr double MIN_RATIO = 4.0; // of a circle of the length; a hemisphere has 2
+    const SurfaceAreas areas(mesh);
+    std::vector<bool> vIsOpening;
+    for (const std::vector<REdge*>& vLoopRE : vLoops) {
+        const double length = getMeanLength(vLoopRE) * static_cast<double>(vLoopRE.size());
+        const double area = areas.at(vLoopRE.front()->getTriangle(true, true));
+        vIsOpening.push_back(area > MIN_RATIO * length * length / (4.0 * PI));
+    }
+    return vIsOpening;
+}
+
 enum Outcome { OC_CLOSED, OC_RIM, OC_LEFT_OPEN };
 
 // What one method makes of a border loop, on the bridge's side yet.
@@ -66,7 +122,7 @@ struct Attempt {
     std::vector<CTriangle*> vNewT, vGoneT;
 };
 
-Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method)
+Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method, bool bOpening)
 {
     Attempt attempt;
     attempt.pBridge = std::make_unique<HoleBridge>(&mesh, vLoopRE, method == ME_VOLUME ? BR_BOX : BR_ROWS);
@@ -75,7 +131,7 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
     CMesh* pCMesh = attempt.pBridge->getCMesh();
     EdgeMap mmVCD2CE = getEdgeMap(attempt.pBridge->getLoopCE());
     Chain chain(pCMesh, mmVCD2CE);
-    if (!chain.isGoodHole()) {
+    if (!chain.isGoodHole() && !bOpening) {
         attempt.outcome = OC_RIM;
         return attempt;
     }
@@ -92,11 +148,11 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
 }
 
 // A method only where those before it left the hole open.
-Outcome closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE)
+Outcome closeLoop(RMesh& mesh, const std::vector<REdge*>& vLoopRE, bool bOpening)
 {
     Attempt attempt;
     for (const Method method : getOrder(vLoopRE)) {
-        attempt = tryMethod(mesh, vLoopRE, method);
+        attempt = tryMethod(mesh, vLoopRE, method, bOpening);
         if (attempt.outcome != OC_LEFT_OPEN)
             break;
     }
@@ -114,11 +170,12 @@ HoleReport closeHoles(RMesh& mesh, int maxEdges)
     getBorderLoops(mesh, vLoops);
     const std::size_t maxLoop = maxEdges > 0 ? std::size_t(maxEdges) : mesh.getAllRE().size();
 
+    const std::vector<bool> vIsOpening = findOpeningsOfBodies(mesh, vLoops);
     HoleReport report;
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("HO_close", vLoops.size());
-    for (const std::vector<REdge*>& vLoopRE : vLoops) {
-        if (vLoopRE.size() <= maxLoop) {
-            const Outcome outcome = closeLoop(mesh, vLoopRE);
+    for (std::size_t i = 0; i < vLoops.size(); ++i) {
+        if (vLoops[i].size() <= maxLoop) {
+            const Outcome outcome = closeLoop(mesh, vLoops[i], vIsOpening[i]);
             report.numClosed += outcome == OC_CLOSED ? 1 : 0;
             report.numRims += outcome == OC_RIM ? 1 : 0;
             report.numLeftOpen += outcome == OC_LEFT_OPEN ? 1 : 0;

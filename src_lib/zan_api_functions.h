@@ -135,8 +135,8 @@ ZAN_EXPORT void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIteration
 // holes that nothing fits, which are counted in a warning. Returns how many were closed. An extension of
 // version 1.17.
 //   maxEdges  only holes with at most so many edges round them; 0 or less: of any size.
-// A small hole takes a millisecond, one of 20 edges across 0.1 s, of 150 about 10 s. The shape of a large
-// patch is a guess: look at it.
+// A small hole takes a millisecond or less, one of 20 edges across 0.1 s, of 150 about 10 s. The shape of a
+// large patch is a guess: look at it.
 ZAN_EXPORT int closeHoles(std::shared_ptr<Mesh> pMesh, int maxEdges);
 
 // Gives the sharp edges of the surface back. A mesh made of cells has no vertices on them, so they come out

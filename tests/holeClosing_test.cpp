@@ -182,6 +182,25 @@ TEST(CloseHoles, outerRimsStayAndTheMouthOfACupIsAHole)
     EXPECT_TRUE(checkMesh(closedCup.result).isOriented());
 }
 
+TEST(CloseHoles, theMouthOfAVaseWithAFlaredLipIsAHole)
+{
+    // From the lip alone it looks like the rim of a disc.
+    const IndexedMesh vase = rings(30, {{0.7, 1.4},
+                                        {0.5, 1.2},
+                                        {0.3, 1},
+                                        {0.3, 0.8},
+                                        {0.8, 0.5},
+                                        {1, 0},
+                                        {1, -0.5},
+                                        {0.8, -0.9},
+                                        {0.3, -1}});
+    const Closed closed(vase);
+    EXPECT_EQ(closed.report.numClosed, 2u) << closed.text;
+    EXPECT_EQ(closed.report.numRims, 0u);
+    EXPECT_TRUE(checkMesh(closed.result).isClosedManifold());
+    EXPECT_TRUE(checkMesh(closed.result).isOriented());
+}
+
 TEST(CloseHoles, aWideMouthGetsALidOfEvenTriangles)
 {
     constexpr int N = 304; // more than a triangulation between corners can do with
