@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <numbers>
+#include <set>
 #include <sstream>
 
 #include <sys/wait.h>
@@ -27,10 +28,12 @@ struct Outcome {
 class Cli : public testing::Test
 {
 protected:
-    Outcome zan(const std::string& arguments)
+    // limits: a command of the shell that runs before.
+    Outcome zan(const std::string& arguments, const std::string& limits = "true")
     {
-        const std::string command = std::string("cd '") + dir.path() + "' && '" ZAN_PROGRAM "' " + arguments +
-                                    " > '" + streams.file("out") + "' 2> '" + streams.file("err") + "'";
+        const std::string command = std::string("cd '") + dir.path() + "' && " + limits +
+                                    " && '" ZAN_PROGRAM "' " + arguments + " > '" + streams.file("out") +
+                                    "' 2> '" + streams.file("err") + "'";
         const int status = std::system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.read("out"), streams.read("err")};
     }
@@ -304,6 +307,68 @@ TEST_F(Cli, FailureKeepsTheOldOutputAndLeavesNothingBehind)
     EXPECT_NE(dir.read("out.ply"), "precious");
     EXPECT_EQ(dir.numFiles(), 3U);
 }
+
+// A limit of file size, in blocks of 1024 bytes, fails where a full disk would.
+TEST_F(Cli, FullDiskIsTroubleWithAFileAndKeepsTheOldOutput)
+{
+    writeSphere("in.xyz");
+    writeCubes();
+    for (const char* arguments :
+         {"reconstruct in.xyz out.ply", "reconstruct in.xyz out.stl", "reconstruct in.xyz out.obj --ascii",
+          "reconstruct in.xyz out.list", "cloud cube.obj out.xyz", "cloud cube.obj out.bin",
+          "convert in.xyz out.ply", "render in.xyz out.png"}) {
+        const std::string arguments_(arguments);
+        const std::string out = arguments_.substr(arguments_.find("out."), 8);
+        dir.write(out, "precious");
+        const size_t numFiles = dir.numFiles();
+        const Outcome outcome = zan(arguments_, "ulimit -f 4");
+        EXPECT_EQ(outcome.code, 3) << arguments;
+        EXPECT_NE(outcome.err.find("zan: "), std::string::npos) << arguments;
+        EXPECT_EQ(dir.read(out), "precious") << arguments;
+        EXPECT_EQ(dir.numFiles(), numFiles) << arguments;
+    }
+    EXPECT_EQ(std::system("'" ZAN_PROGRAM "' --version > /dev/full 2> /dev/null") >> 8, 3);
+}
+
+// Whatever it is doing when it is killed, what stands under the name of the output is old or whole.
+TEST_F(Cli, KilledAtAnyMomentLeavesNoHalfFileUnderTheName)
+{
+    writeSphere("in.xyz", 20000);
+    ASSERT_EQ(zan("convert in.xyz whole.ply --ascii").code, 0);
+    const std::string whole = dir.read("whole.ply");
+    for (int milliseconds = 4; milliseconds < 100; milliseconds += 8) {
+        dir.write("out.ply", "precious");
+        const std::string command = std::string("cd '") + dir.path() + "' && timeout -s KILL 0.0" +
+                                    (milliseconds < 10 ? "0" : "") + std::to_string(milliseconds) +
+                                    " '" ZAN_PROGRAM "' convert in.xyz out.ply --ascii --quiet 2> /dev/null";
+        static_cast<void>(std::system(command.c_str()));
+        const std::string found = dir.read("out.ply");
+        EXPECT_TRUE(found == "precious" || found == whole) << milliseconds << " ms: " << found.size();
+    }
+}
+
+// A sanitizer needs more address space than any limit.
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(Cli, EndOfMemoryIsAFailureWithASentenceAndLeavesNothingBehind)
+{
+    writeCubes();
+    dir.write("out.ply", "precious");
+    const size_t numFiles = dir.numFiles();
+    std::set<int> sCodes;
+    for (int kilobytes = 20000; kilobytes < 200000; kilobytes += kilobytes / 5) {
+        const Outcome outcome =
+            zan("melt cube.obj out.ply --spacing 0.02 --threads 3", "ulimit -v " + std::to_string(kilobytes));
+        if (outcome.code == 127)
+            continue; // the system did not even load it
+        sCodes.insert(outcome.code);
+        EXPECT_EQ(dir.numFiles(), numFiles) << kilobytes;
+        if (outcome.code == 4) {
+            EXPECT_NE(outcome.err.find("zan: out of memory"), std::string::npos) << outcome.err;
+        }
+    }
+    EXPECT_EQ(sCodes, (std::set<int>{0, 4}));
+}
+#endif
 
 TEST_F(Cli, OutputBehindALinkIsReplacedAndTheLinkStays)
 {

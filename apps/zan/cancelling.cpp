@@ -6,6 +6,8 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
+#include <iostream>
 #include <string_view>
 
 #include <unistd.h>
@@ -19,19 +21,47 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may touc
 
 constexpr char TEXT_CANCELLED[] = "cancelled. Nothing was written.";
 
+std::atomic<bool> bOrderly = false; // an OrderlyEnd lives
+
 // Only what a signal handler may touch: fixed storage, no allocation. Empty or a whole path at any moment.
 std::array<char, 4096> aFileToRemove{};
+
+[[noreturn]] void endAtOnce(int code)
+{
+    if (aFileToRemove[0] != '\0')
+        unlink(aFileToRemove.data());
+    _exit(code);
+}
 
 void onSignal(int)
 {
     if (!bCancelled.exchange(true) && !bCancelsAtOnce)
         return;
-    if (aFileToRemove[0] != '\0')
-        unlink(aFileToRemove.data());
     for (const std::string_view text : {"\nzan: ", TEXT_CANCELLED, "\n"}) // begins behind a bar
         if (write(STDERR_FILENO, text.data(), text.size()) < 0)
             break; // nobody can be told
-    _exit(static_cast<int>(ExitCode::Cancelled));
+    endAtOnce(static_cast<int>(ExitCode::Cancelled));
+}
+
+// Nobody reads the messages any more: the code is the one that shells give for this signal.
+void onBrokenPipe(int)
+{
+    endAtOnce(128 + SIGPIPE);
+}
+
+bool isIgnored(int signal)
+{
+    struct sigaction action {
+    };
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+void onExit()
+{
+    if (!bOrderly)
+        return;
+    std::cerr << "zan: " << OUT_OF_MEMORY << std::endl;
+    endAtOnce(static_cast<int>(ExitCode::InternalFailure));
 }
 
 } // namespace
@@ -44,6 +74,11 @@ void listenForCancelling()
     action.sa_flags = SA_RESTART; // reading and writing of files go on
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    if (!isIgnored(SIGHUP)) // as under nohup
+        sigaction(SIGHUP, &action, nullptr);
+    action.sa_handler = onBrokenPipe;
+    if (!isIgnored(SIGPIPE))
+        sigaction(SIGPIPE, &action, nullptr);
 }
 
 void throwIfCancelled()
@@ -65,4 +100,16 @@ void setFileToRemove(const std::string& path)
     std::copy(path.begin() + 1, path.end(), aFileToRemove.begin() + 1);
     aFileToRemove[path.size()] = '\0';
     aFileToRemove[0] = path[0]; // at last, so that it is whole
+}
+
+OrderlyEnd::OrderlyEnd()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::atexit(onExit);
+    bOrderly = true;
+}
+
+OrderlyEnd::~OrderlyEnd()
+{
+    bOrderly = false;
 }

@@ -2,6 +2,7 @@
 // error stream and an exit code.
 #include "CommandError.h"
 #include "HelpFormatter.h"
+#include "cancelling.h"
 #include "commands.h"
 #include "keepFreedMemory.h"
 
@@ -63,10 +64,15 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    const OrderlyEnd orderlyEnd;
     keepFreedMemory();
     TESK_ZAN::setMessageStream(&std::cerr); // the standard output carries results only
     try {
-        return run(argc, argv);
+        const int code = run(argc, argv);
+        if (!std::cout.flush())
+            throw CommandError(ExitCode::FileTrouble,
+                               "the report could not be written. Is there free space?");
+        return code;
     } catch (const CommandError& error) {
         return fail(error.code, error.what());
     } catch (const TESK_ZAN::ZanBugException&) {
@@ -76,8 +82,7 @@ int main(int argc, char** argv)
             "before it names a spacing that would fit, use that with --spacing; otherwise please report "
             "it with the input.");
     } catch (const std::bad_alloc&) {
-        return fail(ExitCode::InternalFailure,
-                    "out of memory. Larger cells need less: try a larger --spacing or --spacing-factor.");
+        return fail(ExitCode::InternalFailure, OUT_OF_MEMORY);
     } catch (const std::exception& error) {
         return fail(ExitCode::InternalFailure, std::string("unexpected failure: ") + error.what());
     }
