@@ -164,6 +164,10 @@ public:
     // Appends what that would kill because of these edges, once per finding.
     void getDuplicateTriangles(const std::vector<REdge*>& vAmongRE, std::vector<RTriangle*>& vLaterT) const;
 
+    // Kills these, but never the last one of its corners: edges may list twins in different orders, so that
+    // each is the later one somewhere. Returns how many died.
+    size_t killTwins(const std::vector<RTriangle*>& vLaterT);
+
     // Groups the triangles by connection over edges of degree 2 and orients each group from its first
     // triangle outward; a Moebius band stays as it falls. Returns the number of patches. Progress "RM_cpo".
     size_t createPatchesOrient();

@@ -88,6 +88,15 @@ bool hasTwins(const REdge& edge)
     return edge.getDegree() > 2 && OppositeCorners(edge).hasRepeated();
 }
 
+bool hasTwin(const RTriangle& triangle)
+{
+    std::vector<RTriangle*> vRT;
+    triangle.getRE(0)->getAliveT(vRT);
+    return std::any_of(vRT.begin(), vRT.end(), [&](const RTriangle* pRT) {
+        return pRT != &triangle && pRT->has(triangle.getCorner(0));
+    });
+}
+
 // By the endpoints: the order in which a map of all edges under their vertex pairs would be walked.
 bool lessByEndpoints(const REdge* p0, const REdge* p1)
 {
@@ -228,10 +237,20 @@ size_t RMesh::killDuplicateTriangles()
     const StageTimer stage("RM_kdup");
     std::vector<RTriangle*> vKillT;
     getDuplicateTriangles(vRE, vKillT);
-    for (RTriangle* pRT : vKillT)
-        if (pRT->isAlive())
-            pRT->kill(this);
+    killTwins(vKillT);
     return vKillT.size();
+}
+
+size_t RMesh::killTwins(const std::vector<RTriangle*>& vLaterT)
+{
+    size_t numKilled = 0;
+    for (RTriangle* pRT : vLaterT) {
+        if (!pRT->isAlive() || !hasTwin(*pRT))
+            continue; // was found at another edge; was the later one here, and the earlier one there
+        pRT->kill(this);
+        ++numKilled;
+    }
+    return numKilled;
 }
 
 void RMesh::getDuplicateTriangles(const std::vector<REdge*>& vAmongRE, std::vector<RTriangle*>& vLaterT) const

@@ -191,12 +191,7 @@ private:
     {
         std::vector<RTriangle*> vTwinT;
         mesh.getDuplicateTriangles(vRE, vTwinT);
-        for (RTriangle* pRT : vTwinT) {
-            if (!pRT->isAlive())
-                continue; // was found at another edge
-            pRT->kill(&mesh);
-            ++report.numRemovedT;
-        }
+        report.numRemovedT += mesh.killTwins(vTwinT);
         noteTwists(vRE); // an edge may have two triangles now
     }
 
