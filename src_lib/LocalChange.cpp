@@ -133,7 +133,7 @@ bool LocalChanger::mayVanish(const REdge& edge, const Point3* pSrc) const
         for (int ici = 0; ici < 3; ++ici)
             if (pRT->getCorner(ici) != pSrc && pRT->getRE(ici)->getDegree() != 2)
                 return false;
-    return !hasCommonRingEdge(mesh, vOldT, pSrc, pTrg) && !hasBareCommonNeighbour(mesh, vOldT, pSrc, pTrg);
+    return !MovingFan(mesh, pSrc).isPinchedBy(mesh, pTrg);
 }
 
 void LocalChanger::collectRim()

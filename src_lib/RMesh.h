@@ -201,7 +201,7 @@ public:
     // the root of the length in cells, plus 100 times the colour distance. COLLAPSE_FORBIDDEN beyond the
     // limits, of a dead edge, where two triangles would coincide, and where a tube or a hole with a ring of
     // three edges would be pinched (an extension: the Euler number stays). vSrcT: replaced by the triangles
-    // at the moving vertex, unless the edge is refused for its length or colour. Reads the mesh only.
+    // at the moving vertex. Reads the mesh only.
     double getCollapsePenalty(const REdge* pRE, int dir, double maxSqLen, double maxAngleRad,
                               std::vector<RTriangle*>& vSrcT) const;
 

@@ -23,8 +23,35 @@ namespace
 
 // ---- The cost of one collapse ----
 
+// The fans of the last two vertices: edges that are judged one after the other often meet in one, and each is
+// judged in both directions.
+class RecentFans
+{
+public:
+    MovingFan& fanAt(const RMesh& mesh, const Point3* pSrc)
+    {
+        if (aFans[last].getSrc() == pSrc)
+            return aFans[last];
+        last = 1 - last;
+        if (aFans[last].getSrc() != pSrc)
+            aFans[last].set(mesh, pSrc);
+        return aFans[last];
+    }
+
+    // Whenever the mesh has changed.
+    void forget()
+    {
+        for (MovingFan& fan : aFans)
+            fan.forget();
+    }
+
+private:
+    MovingFan aFans[2];
+    int last = 0;
+};
+
 // Judges collapses by the limits of one reduction. Reads the mesh only, so many threads may share it, each
-// with a working vector of its own.
+// with fans of its own.
 class CollapseJudge
 {
 public:
@@ -46,7 +73,7 @@ public:
     }
 
     // As RMesh::getCollapsePenalty. numDegenerate grows by the triangles that could not be judged.
-    double getPenalty(const REdge* pRE, int dir, std::vector<RTriangle*>& vSrcT, size_t& numDegenerate) const;
+    double getPenalty(const REdge* pRE, int dir, RecentFans& fans, size_t& numDegenerate) const;
 
 private:
     double colorTerm(const Point3* p0, const Point3* p1) const
@@ -63,8 +90,7 @@ private:
 };
 
 // The order of the tests is by price; each can only forbid.
-double CollapseJudge::getPenalty(const REdge* pRE, int dir, std::vector<RTriangle*>& vSrcT,
-                                 size_t& numDegenerate) const
+double CollapseJudge::getPenalty(const REdge* pRE, int dir, RecentFans& fans, size_t& numDegenerate) const
 {
     constexpr double WEIGHT_ANGLE = 100.0;
     constexpr double WEIGHT_COLOR = 100.0;
@@ -80,12 +106,10 @@ double CollapseJudge::getPenalty(const REdge* pRE, int dir, std::vector<RTriangl
     if (color > std::min(1.0, 1.0 / lenTerm))
         return COLLAPSE_FORBIDDEN;
 
-    vSrcT.clear();
-    mesh.getIncidentT(pSrc, vSrcT);
-    const TurnedTriangles turned = turnTriangles(vSrcT, pSrc, pTrg, *pTrg, maxAngleRad);
+    MovingFan& fan = fans.fanAt(mesh, pSrc);
+    const TurnedTriangles turned = fan.turn(pTrg, *pTrg, maxAngleRad);
     numDegenerate += turned.numDegenerate;
-    if (!turned.bAllowed || turned.numDying == 0 || hasCommonRingEdge(mesh, vSrcT, pSrc, pTrg) ||
-        hasBareCommonNeighbour(mesh, vSrcT, pSrc, pTrg)) // a tube would be pinched shut
+    if (!turned.bAllowed || turned.numDying == 0 || fan.isPinchedBy(mesh, pTrg))
         return COLLAPSE_FORBIDDEN;
     const double meanAngleRad = turned.numTurned == 0 ? 0.0 : turned.angleSumRad / turned.numTurned;
     const double penalty = WEIGHT_ANGLE * meanAngleRad + lenTerm + WEIGHT_COLOR * color;
@@ -102,11 +126,11 @@ size_t collectCandidates(const CollapseJudge& judge, const std::vector<REdge*>& 
     std::atomic<size_t> numDegenerate = 0;
     vOut.assign(2 * vEdges.size(), RECollapse());
     forRangeMT(vEdges.size(), [&](size_t begin, size_t end) {
-        std::vector<RTriangle*> vSrcT;
+        RecentFans fans;
         size_t numHere = 0;
         for (size_t i = begin; i < end; ++i)
             for (int dir = 0; dir < 2; ++dir) {
-                const double penalty = judge.getPenalty(vEdges[i], dir, vSrcT, numHere);
+                const double penalty = judge.getPenalty(vEdges[i], dir, fans, numHere);
                 if (penalty != COLLAPSE_FORBIDDEN)
                     vOut[2 * i + size_t(dir)] = {vEdges[i], dir, penalty};
             }
@@ -135,8 +159,7 @@ class Reducer
 public:
     Reducer(RMesh& mesh_, double maxSqLen, double maxAngleRad)
         : mesh(mesh_), judge(mesh_, maxSqLen, maxAngleRad), vBorder(mesh_.getNumVtx(), false),
-          vChangedAt(mesh_.getNumVtx(), 1), vPenalty(2 * mesh_.getAllRE().size(), COLLAPSE_FORBIDDEN),
-          vRatedAt(vPenalty.size(), 0), vNumWaiting(vPenalty.size(), 0)
+          vChangedAt(mesh_.getNumVtx(), 1), vRatings(2 * mesh_.getAllRE().size())
     {
         zanAssert(mesh_.getAllRE().size() <= std::numeric_limits<Slot>::max() / 2);
     }
@@ -172,22 +195,28 @@ private:
     bool mustInsert(Slot slot);
     void surfaceCopy(const CollapseQueue::Entry& entry);
 
+    // In one place, for each look at a slot waits for memory.
+    struct Rating {
+        double penalty = COLLAPSE_FORBIDDEN; // the last one computed
+        std::uint32_t ratedAt = 0;           // numCollapses when that was; 0: never
+        std::uint16_t numWaiting = 0;        // entries with that penalty; see mustInsert
+    };
+
     RMesh& mesh;
     CollapseJudge judge;
     CollapseQueue queue;
-    std::vector<bool> vBorder;              // by vertex: was on a border at the start
-    std::uint32_t numCollapses = 1;         // 1 more than there have been
-    std::vector<std::uint32_t> vChangedAt;  // by vertex: numCollapses after the last change of its triangles
-    std::vector<double> vPenalty;           // by slot: the last one computed
-    std::vector<std::uint32_t> vRatedAt;    // by slot: numCollapses when that was; 0: never
-    std::vector<std::uint16_t> vNumWaiting; // by slot: entries with that penalty; see mustInsert
-    std::vector<Point3*> vRefillVtx;        // targets of the collapses since the last refill
+    std::vector<bool> vBorder;             // by vertex: was on a border at the start
+    std::uint32_t numCollapses = 1;        // 1 more than there have been
+    std::vector<std::uint32_t> vChangedAt; // by vertex: numCollapses after the last change of its triangles
+    std::vector<Rating> vRatings;          // by slot
+    std::vector<Point3*> vRefillVtx;       // targets of the collapses since the last refill
     int numFullRefills = 0;
     size_t numRemoved = 0;
     size_t numDegenerate = 0;
     Progress* pProgress = nullptr;
 
-    std::vector<RTriangle*> vSrcT; // working memory, as what follows
+    RecentFans fans; // working memory, as what follows
+    std::vector<RTriangle*> vSrcT;
     std::vector<REdge*> vSrcRE;
     std::vector<RECollapse> vCandidates;
 };
@@ -249,9 +278,11 @@ double Reducer::freshPenalty(const REdge* pRE, int dir)
     if (!pRE->isAlive()) // most often so: a collapse leaves up to three dead edges with their entries
         return COLLAPSE_FORBIDDEN;
     const Slot slot = slotOf(pRE, dir);
-    if (!isFresh(pRE, dir))
-        store(slot, judge.getPenalty(pRE, dir, vSrcT, numDegenerate));
-    return vPenalty[slot];
+    if (!isFresh(pRE, dir)) {
+        fans.forget();
+        store(slot, judge.getPenalty(pRE, dir, fans, numDegenerate));
+    }
+    return vRatings[slot].penalty;
 }
 
 // A border vertex goes along the border only, and only where that runs straight.
@@ -354,7 +385,7 @@ void Reducer::refillAroundCollapses()
 
 bool Reducer::isFresh(const REdge* pRE, int dir) const
 {
-    const std::uint32_t ratedAt = vRatedAt[slotOf(pRE, dir)];
+    const std::uint32_t ratedAt = vRatings[slotOf(pRE, dir)].ratedAt;
     return ratedAt >= vChangedAt[numberOf(pRE->getVtx0())] && ratedAt >= vChangedAt[numberOf(pRE->getVtx1())];
 }
 
@@ -371,19 +402,20 @@ void Reducer::rate(const std::vector<REdge*>& vEdges)
 
 void Reducer::store(Slot slot, double penalty)
 {
-    if (penalty != vPenalty[slot])
-        for (; vNumWaiting[slot] > 0; --vNumWaiting[slot])
-            if (vNumWaiting[slot] > 1) // the first is in the queue
-                queue.push(vPenalty[slot], slot);
-    vPenalty[slot] = penalty;
-    vRatedAt[slot] = numCollapses;
+    Rating& rating = vRatings[slot];
+    if (penalty != rating.penalty)
+        for (; rating.numWaiting > 0; --rating.numWaiting)
+            if (rating.numWaiting > 1) // the first is in the queue
+                queue.push(rating.penalty, slot);
+    rating.penalty = penalty;
+    rating.ratedAt = numCollapses;
 }
 
 void Reducer::appendCandidates(const REdge* pRE, std::vector<CollapseQueue::Entry>& vNew)
 {
     for (int dir = 0; dir < 2; ++dir)
-        if (mustInsert(slotOf(pRE, dir)))
-            vNew.push_back({vPenalty[slotOf(pRE, dir)], slotOf(pRE, dir), 0});
+        if (const Slot slot = slotOf(pRE, dir); mustInsert(slot))
+            vNew.push_back({vRatings[slot].penalty, slot, 0});
 }
 
 // True if an entry for the slot has to go into the queue under its last penalty. While one is there, equal
@@ -391,18 +423,19 @@ void Reducer::appendCandidates(const REdge* pRE, std::vector<CollapseQueue::Entr
 bool Reducer::mustInsert(Slot slot)
 {
     constexpr std::uint16_t MAX_WAITING = std::numeric_limits<std::uint16_t>::max();
-    if (vPenalty[slot] == COLLAPSE_FORBIDDEN)
+    Rating& rating = vRatings[slot];
+    if (rating.penalty == COLLAPSE_FORBIDDEN)
         return false;
-    if (vNumWaiting[slot] == MAX_WAITING)
+    if (rating.numWaiting == MAX_WAITING)
         return true;
-    return ++vNumWaiting[slot] == 1;
+    return ++rating.numWaiting == 1;
 }
 
 // The next of the counted entries takes the place of the one that has come to the top.
 void Reducer::surfaceCopy(const CollapseQueue::Entry& entry)
 {
-    std::uint16_t& numWaiting = vNumWaiting[entry.slot];
-    if (numWaiting > 0 && entry.penalty == vPenalty[entry.slot] && --numWaiting > 0)
+    Rating& rating = vRatings[entry.slot];
+    if (rating.numWaiting > 0 && entry.penalty == rating.penalty && --rating.numWaiting > 0)
         queue.push(entry.penalty, entry.slot);
 }
 
@@ -414,8 +447,11 @@ double RMesh::getCollapsePenalty(const REdge* pRE, int dir, double maxSqLen, dou
                                  std::vector<RTriangle*>& vSrcT) const
 {
     size_t numDegenerate = 0;
+    RecentFans fans;
+    vSrcT.clear();
+    getIncidentT(pRE->getVertex(dir), vSrcT);
     const double penalty =
-        CollapseJudge(*this, maxSqLen, maxAngleRad).getPenalty(pRE, dir, vSrcT, numDegenerate);
+        CollapseJudge(*this, maxSqLen, maxAngleRad).getPenalty(pRE, dir, fans, numDegenerate);
     for (; numDegenerate > 0; --numDegenerate)
         messageStream() << TEXT_DEGENERATE << '\n';
     return penalty;

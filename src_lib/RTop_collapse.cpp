@@ -15,14 +15,11 @@ bool canCollapseTo(const RMesh& mesh, const REdge& edge, const Point3& target, d
 {
     if (!edge.isAlive() || sqDistance(*edge.getVtx0(), *edge.getVtx1()) > maxSqLen)
         return false;
-    std::vector<RTriangle*> vSrcT;
     for (int i = 0; i < 2; ++i) {
-        const Point3* pSrc = edge.getVertex(i);
+        MovingFan fan(mesh, edge.getVertex(i));
         const Point3* pOther = edge.getVertex(1 - i);
-        vSrcT.clear();
-        mesh.getIncidentT(pSrc, vSrcT);
-        if (!turnTriangles(vSrcT, pSrc, pOther, target, maxAngleDeg * RADIANS_PER_DEGREE).bAllowed ||
-            hasCommonRingEdge(mesh, vSrcT, pSrc, pOther))
+        if (!fan.turn(pOther, target, maxAngleDeg * RADIANS_PER_DEGREE).bAllowed ||
+            fan.hasCommonRingEdge(mesh, pOther))
             return false;
     }
     return true;
