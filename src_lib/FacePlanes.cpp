@@ -13,17 +13,27 @@ namespace TESK_ZAN
 namespace
 {
 
-constexpr int RINGS_FITTED = 3;      // edges from a vertex to those that its plane is fitted to
+constexpr int RINGS_FITTED = 4;      // edges from a vertex to those that its plane is fitted to
 constexpr int RINGS_WITH_PLANES = 2; // edges from a bend to the flat vertices that get a plane
-constexpr int RINGS_BENT = 3;        // edges that a plane is carried on over a bend
+constexpr int RINGS_BENT = 4;        // edges that a plane is carried on over a bend
 constexpr size_t MIN_FITTED = 6;
+constexpr int NUM_FITS = 2;
+constexpr double OUTLIER_RMS = 2.0;         // from the plane: vertices of the bend that looked flat
 constexpr size_t MAX_FITTED = 64;           // a hub would bring all of its neighbours
-constexpr double MAX_RMS_CELLS = 0.15;      // of the fitted vertices: more is noise
-constexpr double MAX_DISTANCE_CELLS = 0.25; // of a vertex from its plane
+constexpr double MAX_RMS_CELLS = 0.3;       // of the fitted vertices: more is noise
+constexpr double MAX_DISTANCE_CELLS = 0.25; // of a vertex from its plane, or
+constexpr double MAX_DISTANCE_RMS = 3.5;
 
 double degreesToCos(double angle)
 {
     return std::cos(angle * RADIANS_PER_DEGREE);
+}
+
+// Null for the null vector.
+Vector3 directionOf(const Vector3& v)
+{
+    const double len = v.length();
+    return len > 0.0 ? v / len : Vector3();
 }
 
 } // namespace
@@ -37,7 +47,7 @@ FacePlanes::FacePlanes(const RMesh& mesh_, double featureAngle)
     spread();
 }
 
-const Plane* FacePlanes::at(const Point3* pVtx) const
+const FacePlane* FacePlanes::at(const Point3* pVtx) const
 {
     const std::uint32_t place = vPlaneOf[numberOf(pVtx)];
     return place == NONE ? nullptr : &vPlane[place];
@@ -46,29 +56,60 @@ const Plane* FacePlanes::at(const Point3* pVtx) const
 void FacePlanes::findFlat(double featureAngle)
 {
     const double flatCos = degreesToCos(featureAngle / 4.0);
+    const std::vector<Vector3> vOwn = ownNormals();
+    const std::vector<Vector3> vWide = wideNormals(vOwn);
+    forRangeMT(vNormal.size(), [&](size_t begin, size_t end) {
+        std::vector<Point3*> vRing;
+        for (size_t i = begin; i < end; ++i) {
+            const auto& vTNumbers = recordOf(mesh.getVtx(i)).vTNumbers;
+            bool bFlat = !vOwn[i].isDegenerate(), bFlatOnMean = !vWide[i].isDegenerate();
+            for (const std::uint32_t number : vTNumbers)
+                bFlat = bFlat && mesh.getAllT()[number]->getCachedNNV() * vOwn[i] >= flatCos;
+            mesh.getRingVtx(mesh.getVtx(i), vRing);
+            for (const Point3* pNeig : vRing)
+                bFlatOnMean = bFlatOnMean && vWide[numberOf(pNeig)] * vWide[i] >= flatCos;
+            if (bFlat || bFlatOnMean)
+                vNormal[i] = bFlat ? vOwn[i] : vWide[i];
+        }
+    });
+}
+
+// By vertex number, the direction of the sum of the normals of its triangles, or null. Fills their caches.
+std::vector<Vector3> FacePlanes::ownNormals() const
+{
     const std::vector<RTriangle*>& vT = mesh.getAllT();
     forRangeMT(vT.size(), [&](size_t begin, size_t end) {
         for (size_t i = begin; i < end; ++i)
             if (vT[i]->isAlive())
                 vT[i]->fillNNV();
     });
-    forRangeMT(vNormal.size(), [&](size_t begin, size_t end) {
+    std::vector<Vector3> vOwn(mesh.getNumVtx());
+    forRangeMT(vOwn.size(), [&](size_t begin, size_t end) {
         for (size_t i = begin; i < end; ++i) {
-            const auto& vTNumbers = recordOf(mesh.getVtx(i)).vTNumbers;
             Vector3 sum;
-            for (size_t k = 0; k < vTNumbers.size(); ++k)
-                sum += vT[vTNumbers[k]]->getCachedNNV();
-            const double len = sum.length();
-            if (!(len > 0.0))
-                continue;
-            const Vector3 normal = sum / len;
-            bool bFlat = true;
-            for (size_t k = 0; k < vTNumbers.size() && bFlat; ++k)
-                bFlat = vT[vTNumbers[k]]->getCachedNNV() * normal >= flatCos;
-            if (bFlat)
-                vNormal[i] = normal;
+            for (const std::uint32_t number : recordOf(mesh.getVtx(i)).vTNumbers)
+                sum += vT[number]->getCachedNNV();
+            vOwn[i] = directionOf(sum);
         }
     });
+    return vOwn;
+}
+
+// The same of the normals of a vertex and its neighbours.
+std::vector<Vector3> FacePlanes::wideNormals(const std::vector<Vector3>& vOwn) const
+{
+    std::vector<Vector3> vWide(vOwn.size());
+    forRangeMT(vWide.size(), [&](size_t begin, size_t end) {
+        std::vector<Point3*> vRing;
+        for (size_t i = begin; i < end; ++i) {
+            mesh.getRingVtx(mesh.getVtx(i), vRing);
+            Vector3 sum = vOwn[i];
+            for (const Point3* pNeig : vRing)
+                sum += vOwn[numberOf(pNeig)];
+            vWide[i] = directionOf(sum);
+        }
+    });
+    return vWide;
 }
 
 // Breadth-first from the vertices with triangles that are not flat.
@@ -106,12 +147,12 @@ void FacePlanes::fitPlanes()
             vPlane[i] = fitAround(mesh.getVtx(vFlatVtx[i]));
     });
     for (std::uint32_t place = 0; place < vFlatVtx.size(); ++place)
-        if (!vPlane[place].getNormal().isDegenerate())
+        if (!vPlane[place].plane.getNormal().isDegenerate())
             vPlaneOf[vFlatVtx[place]] = place;
 }
 
 // A plane without a normal where there is too little to fit, or noise.
-Plane FacePlanes::fitAround(const Point3* pVtx) const
+FacePlane FacePlanes::fitAround(const Point3* pVtx) const
 {
     std::vector<Point3*> vFitted = {mesh.getVtx(numberOf(pVtx))}, vRing;
     size_t begin = 0;
@@ -125,17 +166,22 @@ Plane FacePlanes::fitAround(const Point3* pVtx) const
                     vFitted.push_back(pNeig);
         }
     }
-    Vector3 normal;
-    Point3 centroid;
-    if (vFitted.size() < MIN_FITTED || !estimateNNV(vFitted, normal, centroid))
-        return {};
-    double sum = 0.0;
-    for (const Point3* p : vFitted)
-        sum += std::pow((*p - centroid) * normal, 2);
-    const double maxRms = MAX_RMS_CELLS * mesh.getCellSize();
-    if (sum > maxRms * maxRms * static_cast<double>(vFitted.size()))
-        return {};
-    return {centroid, normal * vNormal[numberOf(pVtx)] < 0.0 ? normal * -1.0 : normal};
+    FacePlane face;
+    for (int fit = 0; fit < NUM_FITS; ++fit) { // each without what the one before found far off
+        Vector3 normal;
+        Point3 centroid;
+        std::erase_if(vFitted, [&face](const Point3* p) {
+            return face.plane.absDistance(*p) > OUTLIER_RMS * face.rms; // of the first fit, none
+        });
+        if (vFitted.size() < MIN_FITTED || !estimateNNV(vFitted, normal, centroid))
+            return {};
+        face.plane = Plane(centroid, normal * vNormal[numberOf(pVtx)] < 0.0 ? normal * -1.0 : normal);
+        double sum = 0.0;
+        for (const Point3* p : vFitted)
+            sum += std::pow(face.plane.signedDistance(*p), 2);
+        face.rms = std::sqrt(sum / static_cast<double>(vFitted.size()));
+    }
+    return face.rms <= MAX_RMS_CELLS * mesh.getCellSize() ? face : FacePlane{};
 }
 
 // Each round reads what the round before has left.
@@ -155,15 +201,20 @@ void FacePlanes::spread()
 std::uint32_t FacePlanes::bestOfNeighbours(const Point3* pVtx) const
 {
     std::uint32_t best = vPlaneOf[numberOf(pVtx)];
-    double least = best == NONE ? MAX_DISTANCE_CELLS * mesh.getCellSize() : vPlane[best].absDistance(*pVtx);
+    double least = best == NONE ? INFINITY : vPlane[best].plane.absDistance(*pVtx);
     std::vector<Point3*> vRing;
     mesh.getRingVtx(pVtx, vRing);
     for (const Point3* pNeig : vRing) {
         const std::uint32_t place = vPlaneOf[numberOf(pNeig)];
-        if (place == NONE || !(vPlane[place].absDistance(*pVtx) < least))
+        if (place == NONE)
             continue;
-        least = vPlane[place].absDistance(*pVtx);
-        best = place;
+        const FacePlane& face = vPlane[place];
+        const double distance = face.plane.absDistance(*pVtx);
+        if (distance < least &&
+            distance <= std::max(MAX_DISTANCE_CELLS * mesh.getCellSize(), MAX_DISTANCE_RMS * face.rms)) {
+            least = distance;
+            best = place;
+        }
     }
     return best;
 }

@@ -19,9 +19,10 @@ namespace
 constexpr double MAX_MOVE_CELLS = 1.5;
 constexpr double MAX_CORNER_MOVE_CELLS = 2.4;
 
-constexpr double ON_EDGE_CELLS = 0.05; // a vertex nearer to the other plane is on the sharp edge
-constexpr size_t MIN_LINE = 16;        // splits
-constexpr double MAX_RESIDUAL_CELLS = 0.07;
+constexpr double ON_EDGE_CELLS = 0.05;      // a vertex nearer to the other plane is on the sharp edge
+constexpr size_t MIN_LINE = 16;             // splits
+constexpr double MAX_RESIDUAL_CELLS = 0.05; // on the mean of a line, and beyond the noise of its planes
+constexpr double MAX_RESIDUAL_RMS = 0.8;
 constexpr double MAX_SIDESTEP_CELLS = 0.25;         // of a line, between the splits of a triangle
 constexpr double MAX_BEND_COS = 0.9396926207859084; // 20 degrees
 constexpr double MIN_CORNER_DET = 0.1;              // of three normals; 1.0 for a cube's corner
@@ -40,19 +41,20 @@ SharpEdgePlan::SharpEdgePlan(const RMesh& mesh_, double featureAngle)
 void SharpEdgePlan::findSplits(const FacePlanes& planes)
 {
     for (REdge* pRE : mesh.getAllRE()) {
-        const Plane *pPlane0 = planes.at(pRE->getVtx0()), *pPlane1 = planes.at(pRE->getVtx1());
+        const FacePlane *pFace0 = planes.at(pRE->getVtx0()), *pFace1 = planes.at(pRE->getVtx1());
         EdgeSplit split;
         split.pRE = pRE;
-        if ((pRE->getDegree() == 1 || pRE->getDegree() == 2) && pPlane0 != nullptr && pPlane1 != nullptr &&
-            findPlace(*pPlane0, *pPlane1, split))
+        if ((pRE->getDegree() == 1 || pRE->getDegree() == 2) && pFace0 != nullptr && pFace1 != nullptr &&
+            findPlace(*pFace0, *pFace1, split))
             vSplit.push_back(split);
     }
 }
 
 // Both ends must lie on the same side of the other's plane: there the planes meet beyond the mesh edge.
 // Faces that turn by nearly 180 degrees are the two sides of a thin wall.
-bool SharpEdgePlan::findPlace(const Plane& plane0, const Plane& plane1, EdgeSplit& split) const
+bool SharpEdgePlan::findPlace(const FacePlane& face0, const FacePlane& face1, EdgeSplit& split) const
 {
+    const Plane &plane0 = face0.plane, &plane1 = face1.plane;
     const Vector3 &normal0 = plane0.getNormal(), &normal1 = plane1.getNormal();
     const double turnCos = normal0 * normal1;
     if (turnCos > featureCos || turnCos < -featureCos)
@@ -69,6 +71,7 @@ bool SharpEdgePlan::findPlace(const Plane& plane0, const Plane& plane1, EdgeSpli
     split.place = middle + move;
     split.direction = crossProd(normal0, normal1) / std::sqrt(sqSin);
     split.residual = (plane0.absDistance(p0) + plane1.absDistance(p1)) / 2.0;
+    split.rms = (face0.rms + face1.rms) / 2.0;
     return move.length() <= MAX_MOVE_CELLS * cell;
 }
 
@@ -76,15 +79,17 @@ void SharpEdgePlan::dropStrays()
 {
     const std::vector<std::uint32_t> vRoot = rootsOfLines();
     std::vector<size_t> vCount(vSplit.size(), 0); // by root
-    std::vector<double> vResidual(vSplit.size(), 0.0);
+    std::vector<double> vResidual(vSplit.size(), 0.0), vRms(vSplit.size(), 0.0);
     for (size_t i = 0; i < vSplit.size(); ++i) {
         ++vCount[vRoot[i]];
         vResidual[vRoot[i]] += vSplit[i].residual;
+        vRms[vRoot[i]] += vSplit[i].rms;
     }
     size_t numKept = 0;
     for (size_t i = 0; i < vSplit.size(); ++i) {
         const size_t count = vCount[vRoot[i]];
-        const double maxResidual = MAX_RESIDUAL_CELLS * cell * static_cast<double>(count);
+        const double maxResidual =
+            MAX_RESIDUAL_CELLS * cell * static_cast<double>(count) + MAX_RESIDUAL_RMS * vRms[vRoot[i]];
         if (count >= MIN_LINE && vResidual[vRoot[i]] <= maxResidual && !vSplit[i].bOnEdge)
             vSplit[numKept++] = vSplit[i];
     }
@@ -147,7 +152,7 @@ bool SharpEdgePlan::findPlace(const RTriangle& triangle, const FacePlanes& plane
     Vector3 aNormal[3];
     double aDistance[3];
     for (int ici = 0; ici < 3; ++ici) {
-        const Plane& plane = *planes.at(triangle.getCorner(ici));
+        const Plane& plane = planes.at(triangle.getCorner(ici))->plane;
         aNormal[ici] = plane.getNormal();
         aDistance[ici] = plane.signedDistance(middle);
     }

@@ -13,7 +13,7 @@ namespace TESK_ZAN
 {
 
 class FacePlanes;
-class Plane;
+struct FacePlane;
 class REdge;
 class RMesh;
 class RTriangle;
@@ -25,6 +25,7 @@ struct EdgeSplit {
     Point3 place;
     Vector3 direction;     // of the sharp edge, of length 1, of no particular sense
     double residual = 0.0; // the mean distance of the two ends from their planes
+    double rms = 0.0;      // the mean of those of the planes
     bool bOnEdge = false;  // an end is on the sharp edge already: part of the line, but nothing to split
 };
 
@@ -39,8 +40,8 @@ struct CornerSplit {
 //
 // Kept are lines of 16 splits, about 8 cells, or more: splits of one triangle belong to a line if they agree
 // on where it runs. Shorter ones are mostly chance, and a vertex that stands out alone looks worse than a
-// chamfer. And a line is kept only if its vertices lie in their planes on the mean, within 0.07 cells: on an
-// edge that is rounded they do not.
+// chamfer. And a line is kept only if its vertices lie in their planes as well as those do that the planes
+// were fitted to, give or take 0.05 cells: on an edge that is rounded they do not.
 class SharpEdgePlan
 {
 public:
@@ -54,7 +55,7 @@ private:
     static constexpr std::uint32_t NONE = 0xFFFFFFFF;
 
     void findSplits(const FacePlanes& planes);
-    bool findPlace(const Plane& plane0, const Plane& plane1, EdgeSplit& split) const;
+    bool findPlace(const FacePlane& face0, const FacePlane& face1, EdgeSplit& split) const;
     void dropStrays();
     std::vector<std::uint32_t> rootsOfLines() const;
     bool agree(const EdgeSplit& split0, const EdgeSplit& split1) const;

@@ -4,9 +4,12 @@
 #include "Progress.h"
 #include "RMesh.h"
 #include "SharpEdgePlan.h"
+
 #include "stageTrace.h"
+#include "trianglesCross.h"
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 #include <vector>
 
@@ -21,6 +24,12 @@ constexpr double MAX_SHIFT_CELLS = 0.1;
 constexpr double COS_10 = 0.984807753012208;
 constexpr double COS_20 = 0.9396926207859084;
 constexpr int MAX_ROUNDS = 4;
+constexpr size_t MAX_NEAR = 100; // vertices around a vertex that are looked at: no hubs
+
+std::array<const Point3*, 3> cornersOf(const RTriangle& triangle)
+{
+    return {triangle.getCorner(0), triangle.getCorner(1), triangle.getCorner(2)};
+}
 
 // Ends: each step is a pass over the new vertices, repeated a few times at most.
 class EdgeSharpener
@@ -50,6 +59,7 @@ private:
     bool join(REdge* pRE);
     bool mend(Point3* pVtx);
     bool takeBack(Point3* pVtx);
+    bool crossesNearby(const Point3* pVtx) const;
     size_t countAdded() const;
 
     // Visits the new vertices until a round changes nothing, or often enough.
@@ -183,25 +193,57 @@ bool EdgeSharpener::mend(Point3* pVtx)
     return true;
 }
 
-// Where a fold or a small angle is left, the new vertex goes along the edge that leaves the best triangles,
-// even if the chamfer comes back there.
+// Where a fold, a small angle or a crossing is left, the new vertex goes along the edge that leaves the best
+// triangles, even if the chamfer comes back there.
 bool EdgeSharpener::takeBack(Point3* pVtx)
 {
     BestChange best;
     std::vector<REdge*> vRE;
     mesh.getIncidentRE(pVtx, vRE);
+    const bool bCrosses = crossesNearby(pVtx);
     for (REdge* pRE : vRE) {
         Shape before, after;
         double shift = 0.0;
         const LocalChange change{pRE, pVtx};
-        if (changer.foresee(change, before, after, shift) && after.isClearlyBetterThan(before) &&
-            (before.numFolds > 0 || before.leastAngleCos > COS_10))
+        if (!changer.foresee(change, before, after, shift))
+            continue;
+        const bool bBad = before.numFolds > 0 || before.leastAngleCos > COS_10;
+        const bool bNoWorse = after.numFolds <= before.numFolds &&
+                              after.leastAngleCos <= std::max(before.leastAngleCos, COS_10);
+        if ((bBad && after.isClearlyBetterThan(before)) || (bCrosses && bNoWorse))
             best.consider(change, after);
     }
     if (best.change.pRE == nullptr)
         return false;
     changer.apply(best.change, vNewT);
     return true;
+}
+
+// True if a triangle at the vertex runs through one that is no more than three edges away.
+bool EdgeSharpener::crossesNearby(const Point3* pVtx) const
+{
+    std::vector<RTriangle*> vStarT, vNearT;
+    mesh.getIncidentT(pVtx, vStarT);
+    std::vector<Point3*> vFront, vRing, vNext = {mesh.getVtx(numberOf(pVtx))};
+    for (int ring = 0; ring < 2; ++ring) {
+        vFront.swap(vNext);
+        vNext.clear();
+        for (const Point3* p : vFront) {
+            mesh.getRingVtx(p, vRing);
+            vNext.insert(vNext.end(), vRing.begin(), vRing.end());
+        }
+        sortUniqueByNumber(vNext);
+        if (vNext.size() > MAX_NEAR)
+            return false;
+    }
+    for (const Point3* p : vNext)
+        mesh.getIncidentT(p, vNearT);
+    sortUniqueByNumber(vNearT);
+    for (const RTriangle* pStarT : vStarT)
+        for (const RTriangle* pNearT : vNearT)
+            if (trianglesCross(cornersOf(*pStarT), cornersOf(*pNearT)))
+                return true;
+    return false;
 }
 
 size_t EdgeSharpener::countAdded() const

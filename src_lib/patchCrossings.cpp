@@ -1,7 +1,7 @@
 #include "patchCrossings.h"
 
 #include "CMesh.h"
-#include "freeFunctions.h"
+#include "trianglesCross.h"
 
 #include <algorithm>
 #include <array>
@@ -115,29 +115,13 @@ bool shareCorner(const CTriangle& a, const CTriangle& b)
     return a.has(b.getC0()) || a.has(b.getC1()) || a.has(b.getC2());
 }
 
-// The segment from p to q runs through the inside of the triangle.
-bool pierces(const Point3& p, const Point3& q, const std::array<const Point3*, 3>& corners)
-{
-    const double sideP = orient3d(*corners[0], *corners[1], *corners[2], p);
-    const double sideQ = orient3d(*corners[0], *corners[1], *corners[2], q);
-    if (!(sideP * sideQ < 0.0))
-        return false;
-    const double w0 = orient3d(p, q, *corners[0], *corners[1]);
-    const double w1 = orient3d(p, q, *corners[1], *corners[2]);
-    const double w2 = orient3d(p, q, *corners[2], *corners[0]);
-    return (w0 > 0.0 && w1 > 0.0 && w2 > 0.0) || (w0 < 0.0 && w1 < 0.0 && w2 < 0.0);
-}
-
 bool cross(const CMesh& mesh, const CTriangle& a, const CTriangle& b)
 {
     const std::array<const Point3*, 3> aVtx = {mesh.getVtx(a.getC0()), mesh.getVtx(a.getC1()),
                                                mesh.getVtx(a.getC2())};
     const std::array<const Point3*, 3> bVtx = {mesh.getVtx(b.getC0()), mesh.getVtx(b.getC1()),
                                                mesh.getVtx(b.getC2())};
-    for (std::size_t i = 0; i < 3; ++i)
-        if (pierces(*aVtx[i], *aVtx[(i + 1) % 3], bVtx) || pierces(*bVtx[i], *bVtx[(i + 1) % 3], aVtx))
-            return true;
-    return false;
+    return trianglesCross(aVtx, bVtx);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Subsystem: holes. Builds on: CMesh, freeFunctions. Used by: HolePatcher.
+// Subsystem: holes. Builds on: CMesh, trianglesCross. Used by: HolePatcher.
 // Where a patch runs through the surface round it.
 #pragma once
 

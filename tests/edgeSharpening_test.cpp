@@ -96,7 +96,7 @@ TEST(EdgeSharpening, WhatIsRoundFlatNoisyShortOrTooGentleStaysToTheBit)
 {
     Random random(2);
     const auto round = [](double x) { return -std::sqrt(x * x + 1.0); };
-    const auto noisy = [&random](double x) { return roof(x) + 0.5 * random.uniform(); };
+    const auto noisy = [&random](double x) { return roof(x) + 2.0 * random.uniform(); };
     EXPECT_EQ(numAdded(strip(round)), 0u);
     EXPECT_EQ(numAdded(strip([](double) { return 0.0; })), 0u);
     EXPECT_EQ(numAdded(strip(noisy)), 0u);
@@ -104,6 +104,19 @@ TEST(EdgeSharpening, WhatIsRoundFlatNoisyShortOrTooGentleStaysToTheBit)
     const auto gentle = [](double x) { return 0.3 * roof(x); }; // 33 degrees
     EXPECT_EQ(numAdded(strip(gentle)), 0u);
     EXPECT_GT(numAdded(strip(gentle), 30.0), 0u);
+}
+
+// A tenth of a cell, as of a fair scan.
+TEST(EdgeSharpening, ALittleNoiseIsAveragedOut)
+{
+    Random random(3);
+    const RealMesh mesh(strip([&random](double x) { return roof(x) + 0.4 * (random.uniform() - 0.5); }));
+    const size_t firstNew = mesh->getNumVtx();
+    EXPECT_GT(sharpen(*mesh.pMesh), size_t(LENGTH / 2));
+    for (size_t i = firstNew; i < mesh->getNumVtx(); ++i) {
+        EXPECT_NEAR(mesh->getVtx(i)->x(), 0.0, 0.25);
+        EXPECT_NEAR(mesh->getVtx(i)->z(), 0.0, 0.25);
+    }
 }
 
 TEST(EdgeSharpening, TheResultIsTheSameForEveryThreadCount)

@@ -154,8 +154,8 @@ class Mesh:
     def sharpen_edges(self, feature_angle: float = 40.0, progress: Progress = None) -> int:
         """Give the sharp edges that the cells cut off back; returns how many vertices were added on them.
 
-        For meshes of `reconstruct`, after smoothing and before reduction. Rounded edges stay, and so do those
-        beside noisy faces.
+        For meshes of `reconstruct`, before reduction and not after smoothing. Rounded edges stay, and so do
+        those beside faces that are very noisy.
 
         Args:
             feature_angle: Only edges where the surface turns by more degrees than this, 10 to 90.
