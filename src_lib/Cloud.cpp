@@ -34,7 +34,7 @@ constexpr int NUM_ESTIMATE_LEVELS = 20; // of the grid on which the spacing is m
 constexpr double MARGIN_CELLS =
     10000.0; // room around the box, half on each side: neighbour codes need no range test
 constexpr int MAX_GRID_CELLS = 1 << MAXLEVELS;
-constexpr double MIN_ULPS_PER_CELL = 16.0; // below, the centre of a cell may round into its neighbour
+constexpr double MIN_ULPS_PER_CELL = 4096.0; // below, a thousandth of a cell may round to nothing
 
 // Calibrated for surfaces: the area that a sheet of random direction has in a cell that it touches is the
 // face's divided by the first; the second turns the area per point into the edge of the even triangulation's

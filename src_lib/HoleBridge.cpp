@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
+#include <set>
+#include <utility>
 
 namespace TESK_ZAN
 {
@@ -191,6 +194,43 @@ void HoleBridge::makeCMesh(const std::vector<REdge*>& vLoopRE)
         vLoopCE.push_back(oCMesh->getEdge(codeOf(pRE->getVtx0()), codeOf(pRE->getVtx1())));
 }
 
+bool HoleBridge::isWelcome(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT) const
+{
+    // By edge between vertices of the mesh: how many triangles the patch adds to it.
+    std::map<std::pair<u64, u64>, int> mAdded;
+    const auto count = [&](const CTriangle& triangle, int step) {
+        for (int ici = 0; ici < 3; ++ici) {
+            const auto [low, high] =
+                std::minmax({triangle.getCorner((ici + 1) % 3), triangle.getCorner((ici + 2) % 3)});
+            if (mCCD2Vtx.find(low) != nullptr && mCCD2Vtx.find(high) != nullptr)
+                mAdded[{low, high}] += step;
+        }
+    };
+    std::set<const RTriangle*> sGone; // for look-ups only: its order is that of addresses
+    for (const CTriangle* pCT : vGoneT) {
+        const std::vector<RTriangle*> vFound = findInMesh(*pCT);
+        sGone.insert(vFound.begin(), vFound.end());
+        if (!vFound.empty())
+            count(*pCT, -1);
+    }
+    for (const CTriangle* pCT : vNewT) {
+        if (!pCT->isAlive())
+            continue;
+        const std::vector<RTriangle*> vTwins = findInMesh(*pCT);
+        if (std::any_of(vTwins.begin(), vTwins.end(),
+                        [&](const RTriangle* pRT) { return !sGone.contains(pRT); }))
+            return false;
+        count(*pCT, 1);
+    }
+    std::vector<RTriangle*> vRT;
+    return std::all_of(mAdded.begin(), mAdded.end(), [&](const auto& edgeAndNum) {
+        const auto& [ends, numAdded] = edgeAndNum;
+        vRT.clear();
+        pMesh->getAdjacentT(*mCCD2Vtx.find(ends.first), *mCCD2Vtx.find(ends.second), vRT);
+        return numAdded <= 0 || static_cast<int>(vRT.size()) + numAdded <= 2;
+    });
+}
+
 void HoleBridge::bringBack(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT)
 {
     for (const CTriangle* pCT : vGoneT)
@@ -211,21 +251,26 @@ void HoleBridge::bringBack(const std::vector<CTriangle*>& vNewT, const std::vect
     }
 }
 
-// One of a patch that another one has cut has never come to the mesh.
 void HoleBridge::killInMesh(const CTriangle& triangle)
+{
+    for (RTriangle* pRT : findInMesh(triangle))
+        pRT->kill(pMesh);
+}
+
+// None for one of a patch that another patch has cut: it has never come to the mesh.
+std::vector<RTriangle*> HoleBridge::findInMesh(const CTriangle& triangle) const
 {
     Point3* aVtx[3];
     for (int ici = 0; ici < 3; ++ici) {
         Point3* const* ppVtx = mCCD2Vtx.find(triangle.getCorner(ici));
         if (ppVtx == nullptr)
-            return;
+            return {};
         aVtx[ici] = *ppVtx;
     }
     std::vector<RTriangle*> vRT;
     pMesh->getAdjacentT(aVtx[0], aVtx[1], vRT);
-    for (RTriangle* pRT : vRT)
-        if (pRT->has(aVtx[2]))
-            pRT->kill(pMesh);
+    std::erase_if(vRT, [&](const RTriangle* pRT) { return !pRT->has(aVtx[2]); });
+    return vRT;
 }
 
 } // namespace TESK_ZAN

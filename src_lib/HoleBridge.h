@@ -51,6 +51,11 @@ public:
     // The edges of the loop, in its order.
     const std::vector<CEdge*>& getLoopCE() const { return vLoopCE; }
 
+    // True if bringBack gives no edge of the mesh a third triangle, and no triangle a twin. The bridge knows
+    // the surroundings of the loop alone; what meets the patch from elsewhere shows only here. O(triangles of
+    // the patch).
+    bool isWelcome(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT) const;
+
     // Kills those triangles of the mesh that stand for what is gone, and makes the alive ones of the new
     // triangles, with vertices for the codes that are new.
     void bringBack(const std::vector<CTriangle*>& vNewT, const std::vector<CTriangle*>& vGoneT);
@@ -65,6 +70,7 @@ private:
     bool assignCells();
     void makeCMesh(const std::vector<REdge*>& vLoopRE);
     void killInMesh(const CTriangle& triangle);
+    std::vector<RTriangle*> findInMesh(const CTriangle& triangle) const;
 
     RMesh* pMesh;                   // not owned
     std::vector<RTriangle*> vRowRT; // by number

@@ -2,6 +2,7 @@
 
 #include "CMesh.h"
 #include "Calc.h"
+#include "Plane.h"
 #include "RemoveDecider.h"
 #include "Visualizer3.h"
 #include "freeFunctions.h"
@@ -10,6 +11,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 
@@ -43,6 +45,22 @@ void keepCodes(const std::vector<u64>& vCCD_srt, std::vector<std::pair<u64, Poin
     std::erase_if(vCCD2Point, [&](const auto& entry) {
         return !std::binary_search(vCCD_srt.begin(), vCCD_srt.end(), entry.first);
     });
+}
+
+// True if the point lies within the three planes that stand on the edges. A triangle without area as seen
+// from any of its corners has nothing over it.
+bool isOverTriangle(const std::array<const Point3*, 3>& p, const Point3& point)
+{
+    for (std::size_t i = 0; i < 3; ++i) {
+        const Point3& next = *p[(i + 1) % 3];
+        const Point3& prev = *p[(i + 2) % 3];
+        const Vector3 up = crossProd(normalize(next - *p[i]), normalize(prev - *p[i]));
+        if (up.isDegenerate())
+            return false;
+        if (!Plane(next, normalize(crossProd(normalize(up), normalize(prev - next)))).isPositive(point))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -188,14 +206,9 @@ bool Hole::isOverSurface(u64 ccd, const Point3& point) const
     if (!std::binary_search(vBorderCCDs.begin(), vBorderCCDs.end(), nearest.second))
         return true;
     return std::any_of(vCT.begin(), vCT.end(), [&](const CTriangle* pCT) {
-        const Point3* p[3] = {pCMesh->getVtx(pCT->getC0()), pCMesh->getVtx(pCT->getC1()),
-                              pCMesh->getVtx(pCT->getC2())};
-        if (pCT->isDegenerate(pCMesh))
-            return false;
-        for (int i = 0; i < 3; ++i)
-            if (!getEdgePlane(p[0], p[1], p[2], i).isPositive(point))
-                return false;
-        return true;
+        return isOverTriangle(
+            {pCMesh->getVtx(pCT->getC0()), pCMesh->getVtx(pCT->getC1()), pCMesh->getVtx(pCT->getC2())},
+            point);
     });
 }
 

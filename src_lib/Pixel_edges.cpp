@@ -77,6 +77,7 @@ private:
     // cell.
     double nextFactor()
     {
+        constexpr double FAR_AWAY = 1e300;
         double minFactor = DBL_MAX;
         for (int axis = 0; axis < 3; ++axis) {
             if (isUpward(axis) && last[axis] >= bound[axis])
@@ -85,10 +86,11 @@ private:
                 bound[axis] -= spacing;
             if (master[axis] == 0.0)
                 continue;
-            const double gap = std::fabs(bound[axis] - last[axis]);
-            const double factor = (gap == 0.0 ? spacing : gap) / std::fabs(master[axis]);
-            if (factor > 0.0)
-                minFactor = std::min(minFactor, factor);
+            // Denormal numbers make a quotient 0, as a gap of 0 is, or infinite: far past the end of the
+            // segment.
+            const double length = std::fabs(master[axis]);
+            const double factor = std::fabs(bound[axis] - last[axis]) / length;
+            minFactor = std::min({minFactor, factor > 0.0 ? factor : spacing / length, FAR_AWAY});
         }
         zanAssertText(minFactor != DBL_MAX && minFactor > 0,
                       "minFactor!=1.7976931348623158e+308 && minFactor>0");

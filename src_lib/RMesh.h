@@ -154,8 +154,10 @@ public:
     // --- RMesh_cleaning.cpp ---
 
     // Collapses an edge of each triangle that is flat at corner 0 (isFlatAngle), by the choice that turns
-    // other triangles least, until none is left; then killDuplicateTriangles. Progress "RM_kdeg".
-    void killDegenerate();
+    // other triangles least, until none is left; then killDuplicateTriangles. bKeepTopology: a triangle stays
+    // flat where every collapse would pinch the surface or a hole; for meshes that are manifolds already.
+    // Progress "RM_kdeg".
+    void killDegenerate(bool bKeepTopology = false);
 
     // Kills the later one of two triangles over one edge with the same third corner. Returns the number of
     // findings; a pair of twins is found once per edge.
@@ -284,7 +286,7 @@ private:
     void insertMovingAside(Point3* pVtx);
 
     // RMesh_cleaning.cpp
-    bool findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const;
+    bool findBestCollapse(const RTriangle* pRT, bool bKeepTopology, Point3*& pSrc, Point3*& pTrg) const;
     static void orientByWalk(RTriangle* pSeed);
 
     // RMesh_flips.cpp

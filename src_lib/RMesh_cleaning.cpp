@@ -1,6 +1,7 @@
 #include "RMesh.h"
 
 #include "Progress.h"
+#include "RECollapse.h"
 #include "SideForest.h"
 #include "sortMT.h"
 #include "stageTrace.h"
@@ -97,6 +98,22 @@ bool hasTwin(const RTriangle& triangle)
     });
 }
 
+bool isOnBorder(const RMesh& mesh, const Point3* pVtx)
+{
+    std::vector<REdge*> vRE;
+    mesh.getIncidentRE(pVtx, vRE);
+    return std::any_of(vRE.begin(), vRE.end(), [](const REdge* pRE) { return pRE->isBorder(); });
+}
+
+// True if the collapse of the edge onto its other endpoint would join what is apart: two triangles into
+// twins, the sides of a tube, or two stretches of border in a vertex.
+bool changesTopology(const RMesh& mesh, const Point3* pSrc, const REdge& edge)
+{
+    const Point3* pTrg = edge.getOtherPoint(pSrc);
+    return MovingFan(mesh, pSrc).isPinchedBy(mesh, pTrg) ||
+           (!edge.isBorder() && isOnBorder(mesh, pSrc) && isOnBorder(mesh, pTrg));
+}
+
 // By the endpoints: the order in which a map of all edges under their vertex pairs would be walked.
 bool lessByEndpoints(const REdge* p0, const REdge* p1)
 {
@@ -182,7 +199,7 @@ private:
 } // namespace
 
 // Each collapse empties a vertex, so the loop ends.
-void RMesh::killDegenerate()
+void RMesh::killDegenerate(bool bKeepTopology)
 {
     const StageTimer stage("RM_kdeg");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_kdeg", 3 * vT.size());
@@ -194,7 +211,7 @@ void RMesh::killDegenerate()
             continue;
         Point3* pSrc = nullptr;
         Point3* pTrg = nullptr;
-        if (!findBestCollapse(pRT, pSrc, pTrg))
+        if (!findBestCollapse(pRT, bKeepTopology, pSrc, pTrg))
             continue;
         exchangeCorner(pSrc, pTrg);
         vTouchedT.clear();
@@ -207,7 +224,7 @@ void RMesh::killDegenerate()
 
 // The move of a corner of pRT along one of the corner's edges that turns the worst of the corner's triangles
 // least. The first of equal ones: corners in order, edges by number. False if no move can be judged.
-bool RMesh::findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg) const
+bool RMesh::findBestCollapse(const RTriangle* pRT, bool bKeepTopology, Point3*& pSrc, Point3*& pTrg) const
 {
     double bestDev = 361.0; // above all that getDevAngle gives
     std::vector<RTriangle*> vCornerT;
@@ -222,7 +239,7 @@ bool RMesh::findBestCollapse(const RTriangle* pRT, Point3*& pSrc, Point3*& pTrg)
             for (size_t i = 0; i < vCornerT.size() && worstDev < bestDev; ++i)
                 worstDev =
                     std::max(worstDev, vCornerT[i]->getDevAngle(vCornerT[i]->getICI(pCorner), pOther, true));
-            if (worstDev >= bestDev)
+            if (worstDev >= bestDev || (bKeepTopology && changesTopology(*this, pCorner, *pRE)))
                 continue;
             bestDev = worstDev;
             pSrc = pCorner;

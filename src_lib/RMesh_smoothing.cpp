@@ -181,7 +181,7 @@ void RMesh::laplacianSmoothing(int iterations, bool bProgress)
         list.finish();
         smoothRounds(*this, lists, iterations, bProgress);
     }
-    killDegenerate();
+    killDegenerate(true);
 }
 
 void RMesh::smoothZeros(int iterations)

@@ -30,8 +30,10 @@ std::optional<std::uint64_t> remainingBytes(std::istream& in)
 }
 
 BlockReader::BlockReader(std::istream& source)
-    : in(source), pBlock(std::make_unique_for_overwrite<char[]>(BLOCK_SIZE)), capacity(BLOCK_SIZE)
+    : in(source),
+      capacity(std::size_t(std::min<std::uint64_t>(BLOCK_SIZE, remainingBytes(in).value_or(BLOCK_SIZE) + 1)))
 {
+    pBlock = std::make_unique_for_overwrite<char[]>(capacity);
 }
 
 std::size_t BlockReader::fill(std::size_t num)

@@ -131,6 +131,8 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
     CMesh* pCMesh = attempt.pBridge->getCMesh();
     EdgeMap mmVCD2CE = getEdgeMap(attempt.pBridge->getLoopCE());
     Chain chain(pCMesh, mmVCD2CE);
+    if (!chain.isClosed())
+        return attempt; // a loop that meets itself, at an edge with many triangles
     if (!chain.isGoodHole() && !bOpening) {
         attempt.outcome = OC_RIM;
         return attempt;
@@ -139,7 +141,7 @@ Attempt tryMethod(RMesh& mesh, const std::vector<REdge*>& vLoopRE, Method method
     const bool bClosed = method == ME_EARS     ? patcher.closeByEars()
                          : method == ME_VOLUME ? patcher.closeByVolume()
                                                : patcher.closeByMembrane();
-    if (bClosed) {
+    if (bClosed && attempt.pBridge->isWelcome(patcher.getNewT(), patcher.getGoneT())) {
         attempt.outcome = OC_CLOSED;
         attempt.vNewT = patcher.getNewT();
         attempt.vGoneT = patcher.getGoneT();

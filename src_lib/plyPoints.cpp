@@ -150,11 +150,11 @@ std::vector<VtxColor> colorsOf(const PlyData& colors, const PlyData& alpha)
     return vColors;
 }
 
-// Colours belong to vPoints as a whole, or not at all.
-void applyColors(const Requests& requests, std::vector<Point3>& vPoints)
+// Colours belong to vPoints as a whole, or not at all. bAlone: no point stood there before.
+void applyColors(const Requests& requests, bool bAlone, std::vector<Point3>& vPoints)
 {
     std::vector<VtxColor> vColors = colorsOf(*requests.pColors, *requests.pAlpha);
-    if (vColors.size() != vPoints.size()) {
+    if (!bAlone || vColors.size() != vPoints.size()) {
         zanWarning("readPly", "numPoints=" + std::to_string(vPoints.size()) +
                                   ", numColors=" + std::to_string(vColors.size()) + " colors not used");
         return;
@@ -185,6 +185,7 @@ bool readPlyUnguarded(const std::string& name, bool bPointsOnly, std::vector<Poi
     }
     file.read(in);
 
+    const bool bAlone = vPoints.empty();
     AppendedPoints appended(vPoints);
     if (bPointsOnly) {
         appended.reserve(requests.pVertices->count);
@@ -196,7 +197,7 @@ bool readPlyUnguarded(const std::string& name, bool bPointsOnly, std::vector<Poi
         appendCorners(*requests.pVertices, vIndices, vPoints);
     }
     if (requests.pColors && requests.pAlpha)
-        applyColors(requests, vPoints);
+        applyColors(requests, bAlone, vPoints);
     appended.keep();
     return true;
 }

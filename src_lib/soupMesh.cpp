@@ -27,9 +27,12 @@ struct LeftOut {
     size_t numDuplicate = 0;
 };
 
-bool isFinite(const Point3& p)
+// Products of four lengths have to stay finite in the work on the mesh. False for NaN too.
+bool isInReach(const Point3& p)
 {
-    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+    constexpr double MAX_COORDINATE = 1e75;
+    return std::fabs(p.x()) <= MAX_COORDINATE && std::fabs(p.y()) <= MAX_COORDINATE &&
+           std::fabs(p.z()) <= MAX_COORDINATE;
 }
 
 Point3* vertexFor(const Point3& corner, RMesh& mesh)
@@ -49,7 +52,7 @@ std::vector<Corners> weld(const std::vector<Point3>& vCorners, RMesh& mesh, Left
     vTriangles.reserve(numT);
     for (size_t i = 0; i < numT; ++i) {
         const Point3* const p = &vCorners[3 * i];
-        if (!isFinite(p[0]) || !isFinite(p[1]) || !isFinite(p[2]))
+        if (!isInReach(p[0]) || !isInReach(p[1]) || !isInReach(p[2]))
             ++leftOut.numNotFinite;
         else if (p[0] == p[1] || p[1] == p[2] || p[2] == p[0])
             ++leftOut.numDegenerate;
@@ -101,7 +104,7 @@ void warn(const LeftOut& leftOut)
 {
     if (leftOut.numNotFinite > 0)
         ZAN_WARNING(std::to_string(leftOut.numNotFinite) +
-                    " triangles with a coordinate that is not finite are left out");
+                    " triangles with a coordinate that is not finite, or beyond 1e75, are left out");
     if (leftOut.numDegenerate > 0)
         ZAN_WARNING(std::to_string(leftOut.numDegenerate) +
                     " degenerate triangles (two equal corners) are left out");
@@ -156,7 +159,7 @@ std::unique_ptr<RMesh> makeIndexedMesh(const std::vector<Point3>& vVertices, con
     }
     std::unique_ptr<RMesh> pMesh = meshForCorners(vCorners.size());
     for (size_t i = 0; i < vVertices.size(); ++i)
-        if (vUsed[i] && isFinite(vVertices[i]))
+        if (vUsed[i] && isInReach(vVertices[i]))
             vertexFor(vVertices[i], *pMesh);
     pMesh = addCorners(std::move(pMesh), vCorners);
     if (pMesh != nullptr && cellSize > 0.0 && std::isfinite(cellSize))

@@ -107,6 +107,8 @@ void copyRows(const char* src, std::size_t srcStride, std::uint8_t* dst, std::si
 void copyRows(const char* src, std::size_t srcStride, std::uint8_t* dst, std::size_t dstStride,
               std::size_t num, std::size_t numBytes)
 {
+    if (num == 0 || numBytes == 0)
+        return; // there may be no memory to copy from
     if (numBytes == srcStride && numBytes == dstStride) {
         std::memcpy(dst, src, num * numBytes);
         return;

@@ -130,7 +130,7 @@ void edgeFlips(std::shared_ptr<Mesh> pMesh)
     }
     ProgressTree tree("EdgeFlips", edgeFlipsPhases());
     greedyFlips(pMesh->getRMesh());
-    pMesh->getRMesh()->killDegenerate();
+    pMesh->getRMesh()->killDegenerate(true);
     tree.finish();
 }
 
@@ -199,7 +199,7 @@ int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngleDeg)
     }
     ProgressTree tree("Reduce", reducePhases());
     const int numRemoved = pMesh->getRMesh()->reduce(maxLen * maxLen, maxAngleDeg);
-    pMesh->getRMesh()->killDegenerate();
+    pMesh->getRMesh()->killDegenerate(true);
     tree.finish();
     return numRemoved;
 }

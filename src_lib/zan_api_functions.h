@@ -85,9 +85,9 @@ ZAN_EXPORT void toCloud(std::vector<Point3>& vCorners, double spacingAbs, double
 // A mesh of these very triangles, for the calls below: equal corners become one vertex, and that is all.
 // Nothing is sampled anew or mended; for triangles that need it there is melt. An extension of version 1.17.
 //   vCorners  three a triangle, not changed. Triangles keep their order and winding. Those with a coordinate
-//             that is not finite, with two equal corners or with the corners of an earlier triangle are left
-//             out, each with a warning that counts them. A vertex has the colour of the first of its corners
-//             that has one.
+//             that is not finite or beyond 1e75, with two equal corners or with the corners of an earlier
+//             triangle are left out, each with a warning that counts them. A vertex has the colour of the
+//             first of its corners that has one.
 // The cell size of the mesh is its mean edge length. Empty, after a warning, when no triangle is left. A
 // corner count that is no multiple of three throws ZanBugException. About n log n, a second a million
 // triangles.
