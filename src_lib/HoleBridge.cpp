@@ -5,6 +5,7 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -213,9 +214,14 @@ bool HoleBridge::isWelcome(const std::vector<CTriangle*>& vNewT, const std::vect
         if (!vFound.empty())
             count(*pCT, -1);
     }
+    std::set<std::array<u64, 3>> sNew;
     for (const CTriangle* pCT : vNewT) {
         if (!pCT->isAlive())
             continue;
+        std::array<u64, 3> corners{pCT->getC0(), pCT->getC1(), pCT->getC2()};
+        std::sort(corners.begin(), corners.end());
+        if (!sNew.insert(corners).second)
+            return false;
         const std::vector<RTriangle*> vTwins = findInMesh(*pCT);
         if (std::any_of(vTwins.begin(), vTwins.end(),
                         [&](const RTriangle* pRT) { return !sGone.contains(pRT); }))
