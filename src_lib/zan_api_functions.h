@@ -33,11 +33,9 @@ namespace TESK_ZAN
 // of the points become colours of the vertices.
 //   vPoints        not changed. Points with a coordinate that is not finite are left out, with a warning.
 //   spacingFactor  cell size as a multiple of the detected spacing, above 0. 1.0 keeps the finest detail;
-//   noisy
-//                  clouds are better served by 1.5 to 3.
+//                  noisy clouds are better served by 1.5 to 3.
 //   fillSize       gaps up to about this many cells are bridged; 0 or less leaves every gap as it is. Runs
-//   take
-//                  longer the larger it is; 2 to 5 mends an uneven scan, 20 closes occlusion holes.
+//                  take longer the larger it is; 2 to 5 mends an uneven scan, 20 closes occlusion holes.
 // Result: empty when nothing could be built (no points, all in one place, cell size out of range); a mesh of
 // no triangles is possible too. Factors that are not above 0 throw ZanBugException, as do spacings so fine
 // that the extent of the cloud takes more than two million cells.
@@ -71,8 +69,8 @@ ZAN_EXPORT std::shared_ptr<Mesh> melt(std::vector<Point3>& vCorners, double spac
 // Corners and edges of the soup keep their places where the faces at them turn by more than featureAngle, and
 // at borders. Points are appended to vResult in the order of their cells; what stands in it stays.
 //   vCorners      three a triangle; equal ones are one vertex. Winding does not matter. Not changed. A
-//   triangle
-//                 with a coordinate that is not finite is left out, with a warning, as is one without area.
+//                 triangle with a coordinate that is not finite is left out, with a warning, as is one
+//                 without area.
 //   spacingAbs    the cell size in units of the input, above 0; points are about this far from each other.
 //   featureAngle  in degrees; 30 is usual. From 180 on only borders are features.
 // Nothing is appended, after a warning, if no triangle is left or the cells would be more than some hundred
