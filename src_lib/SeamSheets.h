@@ -19,8 +19,8 @@ namespace TESK_ZAN
 //
 // 1. Patch after patch is detached, as long as that leaves no triangle of another patch alone at a seam:
 //    first those that lose nothing themselves (two closed surfaces that touch), then the cheapest, which are
-//    small and turn much away from what they hang on: fins, walls, one of the two skins of a pocket. Where two
-//    triangles are left at a seam their patches become one.
+//    small and turn much away from what they hang on: fins, walls, one of the two skins of a pocket. Where
+//    two triangles are left at a seam their patches become one.
 // 2. What still meets in a seam is joined in pairs: never crosswise, those first that belong to one patch and
 //    turn least.
 //
