@@ -103,7 +103,7 @@ struct Walk {
     std::vector<const Point3*> vFrom;
 };
 
-// False if the walk ends before it is back.
+// False if the walk ends before it is back where it began.
 bool walkRound(const RMesh& mesh, REdge* pStartRE, std::vector<bool>& vSeen, Walk& walk)
 {
     walk.vRE.clear();
@@ -117,7 +117,7 @@ bool walkRound(const RMesh& mesh, REdge* pStartRE, std::vector<bool>& vSeen, Wal
         pVtx = pRE->getOtherPoint(pVtx);
         pRE = getNextRE(mesh, pRE, pVtx);
     } while (pRE != nullptr && !vSeen[numberOf(pRE)]);
-    return pRE == pStartRE;
+    return pRE == pStartRE && pVtx == walk.vFrom.front();
 }
 
 // Cuts a walk where it comes to a vertex again, so that each loop passes its vertices once. vPlaceOf: by
@@ -146,14 +146,21 @@ void appendLoops(const Walk& walk, std::vector<std::size_t>& vPlaceOf,
 
 } // namespace
 
-void getBorderLoops(const RMesh& mesh, std::vector<std::vector<REdge*>>& vLoops)
+std::size_t getBorderLoops(const RMesh& mesh, std::vector<std::vector<REdge*>>& vLoops)
 {
+    std::size_t numInNoLoop = 0;
     std::vector<bool> vSeen(mesh.getAllRE().size(), false);        // by number
     std::vector<std::size_t> vPlaceOf(mesh.getNumVtx(), NO_PLACE); // by number
     Walk walk;
-    for (REdge* pRE : mesh.getAllRE())
-        if (pRE->isBorder() && !vSeen[numberOf(pRE)] && walkRound(mesh, pRE, vSeen, walk))
+    for (REdge* pRE : mesh.getAllRE()) {
+        if (!pRE->isBorder() || vSeen[numberOf(pRE)])
+            continue;
+        if (walkRound(mesh, pRE, vSeen, walk))
             appendLoops(walk, vPlaceOf, vLoops);
+        else
+            numInNoLoop += walk.vRE.size();
+    }
+    return numInNoLoop;
 }
 
 } // namespace TESK_ZAN

@@ -169,7 +169,7 @@ HoleReport closeHoles(RMesh& mesh, int maxEdges)
 {
     const StageTimer stage("HO_close");
     std::vector<std::vector<REdge*>> vLoops;
-    getBorderLoops(mesh, vLoops);
+    const std::size_t numInNoLoop = getBorderLoops(mesh, vLoops);
     const std::size_t maxLoop = maxEdges > 0 ? std::size_t(maxEdges) : mesh.getAllRE().size();
 
     const std::vector<bool> vIsOpening = findOpeningsOfBodies(mesh, vLoops);
@@ -187,6 +187,9 @@ HoleReport closeHoles(RMesh& mesh, int maxEdges)
     pProgress->finish(true);
     if (report.numLeftOpen > 0)
         ZAN_WARNING(std::to_string(report.numLeftOpen) + " holes stay open: no patch fits them");
+    if (numInNoLoop > 0)
+        ZAN_WARNING(std::to_string(numInNoLoop) +
+                    " border edges bound no hole: triangles do not run alike there, or three share an edge");
     return report;
 }
 

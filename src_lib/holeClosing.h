@@ -19,8 +19,9 @@ struct HoleReport {
 // two-manifold it stays so, and no vertex moves; triangles go only where the surface was
 // folded at a rim, or the patch would be, and some vertices may be left without any. New vertices lie on a
 // surface that continues the one round the hole; they have no colour yet. Phase "HO_close" of the thread's
-// progress root. Holes that stay open are counted in one warning. Linear in the mesh for the search, then in
-// the holes; a hole of r cells in diameter takes about r^2 times its depth. An extension of version 1.17.
+// progress root. Holes that stay open are counted in one warning, border edges that are in no loop in
+// another. Linear in the mesh for the search, then in the holes; a hole of r cells in diameter takes about
+// r^2 times its depth. An extension of version 1.17.
 HoleReport closeHoles(RMesh& mesh, int maxEdges);
 
 } // namespace TESK_ZAN

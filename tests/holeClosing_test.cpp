@@ -264,6 +264,30 @@ TEST(CloseHoles, aLoneTriangleAndNothingAtAllStay)
     EXPECT_EQ(empty.report.numClosed, 0u);
 }
 
+TEST(CloseHoles, tangledTrianglesOfAnyOrientationAreNoTrouble)
+{
+    std::mt19937 random(1);
+    size_t numClosed = 0;
+    for (int i = 0; i < 200; ++i) {
+        IndexedMesh tangle;
+        for (unsigned int k = 0, n = 4 + random() % 12; k < n; ++k)
+            tangle.vPoints.emplace_back(random() % 1000, random() % 1000, i % 2 == 0 ? 0 : random() % 1000);
+        std::set<std::set<int>> sSeen;
+        for (unsigned int k = 0, n = 4 + random() % 36; k < n; ++k) {
+            const auto corner = [&] { return int(random() % tangle.vPoints.size()); };
+            const int a = corner(), b = corner(), c = corner();
+            if (a != b && b != c && c != a && sSeen.insert({a, b, c}).second)
+                tangle.vTriangles.insert(tangle.vTriangles.end(), {a, b, c});
+        }
+        const size_t numOverfull = checkMesh(tangle).numEdges(3);
+        const Closed closed(tangle);
+        numClosed += closed.report.numClosed;
+        EXPECT_EQ(closed.broken, "") << i;
+        EXPECT_EQ(checkMesh(closed.result).numEdges(3), numOverfull) << i;
+    }
+    EXPECT_GT(numClosed, 0u);
+}
+
 TEST(CloseHoles, crowdedFarAndTinyMeshesAreNoTrouble)
 {
     IndexedMesh indexed = rings(12, {{1, 0}, {0.5, 0.1}, {0.3, 0.3}, {0.2, 0.6}});
