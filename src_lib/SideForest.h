@@ -1,4 +1,4 @@
-// Subsystem: mesh on codes. Builds on: the standard library. Used by: surplusStrips, RMesh, SeamSheets,
+// Subsystem: mesh on codes. Builds on: the standard library. Used by: sideClues, RMesh, SeamSheets,
 // twistLines.
 // Groups of things with two sides, that grow by joining.
 #pragma once

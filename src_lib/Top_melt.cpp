@@ -2,6 +2,7 @@
 
 #include "CMesh.h"
 #include "Calc.h"
+#include "FreeRooms.h"
 #include "Point3Hash.h"
 #include "Progress.h"
 #include "SheetChoice.h"
@@ -104,6 +105,15 @@ Point3 freePlaceBeside(const Point3& p, u64 ccd, double cellSize, const UsedPosi
     return moved;
 }
 
+std::vector<u64> cellsOf(const CMesh& mesh)
+{
+    std::vector<u64> vRCD;
+    vRCD.reserve(mesh.getBundles().size());
+    for (const auto& [ccd, pBundle] : mesh.getBundles())
+        vRCD.push_back(Calc::ccdToRCD(ccd));
+    return vRCD;
+}
+
 } // namespace
 
 void Top::runMelt(Voro* pVoro)
@@ -137,11 +147,12 @@ void Top::killSurplus()
     pMesh->getDegN(-1, vMeetingCE);
     if (vMeetingCE.empty())
         return;
+    const FreeRooms rooms(cellsOf(*pMesh));
     std::vector<CTriangle*> vSurplus;
     do {
         solvePatchPairs(false);
         vSurplus.clear();
-        getSurplusTriangles(pMesh, vSurplus);
+        getSurplusTriangles(pMesh, rooms, vSurplus);
         for (CTriangle* pCT : vSurplus)
             pCT->kill(pMesh);
         pMesh->updatePatches(vSurplus);

@@ -3,14 +3,17 @@
 #include "CMesh.h"
 #include "CPatch.h"
 #include "Calc.h"
-#include "SideForest.h"
+#include "FreeRooms.h"
+#include "sideClues.h"
 #include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 #include <tuple>
+#include <utility>
 
 namespace TESK_ZAN
 {
@@ -18,7 +21,7 @@ namespace TESK_ZAN
 namespace
 {
 
-using Index = SideForest::Index;
+using Index = std::uint32_t;
 
 // Narrow is what has few triangles for each edge of its rim: a strip that is three cells wide has three.
 // Specks are in any case.
@@ -27,16 +30,19 @@ constexpr std::size_t SPECK_SIZE = 20;
 
 constexpr std::size_t RIM_PER_BORDER = 4; // a fin that stands free with more than this part of its rim stays
 constexpr std::size_t CONTRADICTION_PART = 10; // of the clues of a narrow patch: with more it is split
+constexpr int MAX_SPLITS =
+    6; // a split can show contradictions in other patches: the first two find nearly all
+constexpr std::size_t LEAK_PART = 4;   // of the looks into a room: with more from the wrong sides it leaks
+constexpr std::size_t LOOKS = 256;     // of a patch; with some more triangles each one counts for several
 constexpr double ONE_DIRECTION = 1e-6; // radians: triangles nearer to each other than this have no order
 
-// Directions around an edge as angles that grow counterclockwise for who looks against the edge. Between cell
-// centres, not points: so the triangles lie as they were extracted, without folds.
+// Directions around an edge as angles that grow counterclockwise for who looks against the edge.
 class Bearing
 {
 public:
-    Bearing(const Calc* pCalc_, u64 from, u64 to) : pCalc(pCalc_), origin(centreOf(from))
+    Bearing(const Point3& origin_, const Point3& to) : origin(origin_)
     {
-        const Vector3 axis = centreOf(to) - origin;
+        const Vector3 axis = to - origin;
         const std::array<double, 3> size{std::fabs(axis.x()), std::fabs(axis.y()), std::fabs(axis.z())};
         const auto least = std::min_element(size.begin(), size.end()) - size.begin();
         const Vector3 off(least == 0 ? 1.0 : 0.0, least == 1 ? 1.0 : 0.0, least == 2 ? 1.0 : 0.0);
@@ -44,21 +50,13 @@ public:
         up = normalize(crossProd(axis, right));
     }
 
-    double of(u64 ccd) const
+    double of(const Point3& p) const
     {
-        const Vector3 v = centreOf(ccd) - origin;
+        const Vector3 v = p - origin;
         return std::atan2(v * up, v * right);
     }
 
 private:
-    Point3 centreOf(u64 ccd) const
-    {
-        u64 x, y, z;
-        pCalc->ccdToXYZ(ccd, x, y, z);
-        return Point3(double(x), double(y), double(z));
-    }
-
-    const Calc* pCalc;
     Point3 origin;
     Vector3 right, up;
 };
@@ -69,21 +67,41 @@ struct Spoke {
     const CTriangle* pCT;
 };
 
-// That two sides see the same kind of space, or different kinds.
-struct Clue {
-    Index a, b; // a <= b
-    std::size_t weight;
-    bool bDiffer;
+// How often the sides of a patch look into a room.
+struct View {
+    Index patch; // by place
+    Index room;
+    std::size_t numFront, numBack;
+
+    std::size_t stray() const { return std::min(numFront, numBack); }
+    std::size_t net() const { return std::max(numFront, numBack) - stray(); }
 };
 
-bool hasLowerSides(const Clue& x, const Clue& y)
+// The room right before a triangle, as far as the cells before its corners tell; NO_ROOM if none of them is
+// free. side: 1 in front, -1 behind.
+Index roomBefore(const FreeRooms& rooms, const CTriangle* pCT, int side)
 {
-    return std::tie(x.a, x.b) < std::tie(y.a, y.b);
-}
-
-bool isStronger(const Clue& x, const Clue& y)
-{
-    return x.weight > y.weight;
+    std::array<std::array<int, 3>, 3> aCorner;
+    for (int ici = 0; ici < 3; ++ici) {
+        auto& corner = aCorner[std::size_t(ici)];
+        rcdToXYZ(Calc::ccdToRCD(pCT->getCorner(ici)), corner[0], corner[1], corner[2]);
+    }
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t next = (axis + 1) % 3, prev = (axis + 2) % 3;
+        const int normal = (aCorner[1][next] - aCorner[0][next]) * (aCorner[2][prev] - aCorner[0][prev]) -
+                           (aCorner[1][prev] - aCorner[0][prev]) * (aCorner[2][next] - aCorner[0][next]);
+        if (normal == 0)
+            continue;
+        for (auto cell : aCorner) {
+            cell[axis] += normal > 0 ? side : -side;
+            if (cell[axis] < 0)
+                return FreeRooms::OUTSIDE;
+            const Index room = rooms.roomOf(xyzToRCD(u64(cell[0]), u64(cell[1]), u64(cell[2])));
+            if (room != FreeRooms::NO_ROOM)
+                return room;
+        }
+    }
+    return FreeRooms::NO_ROOM;
 }
 
 // What is kept or goes as a whole: a patch, or one triangle of a narrow patch whose clues contradict each
@@ -94,7 +112,7 @@ bool isStronger(const Clue& x, const Clue& y)
 class Pieces
 {
 public:
-    explicit Pieces(CMesh* pMesh_) : pMesh(pMesh_)
+    Pieces(CMesh* pMesh_, const FreeRooms& rooms_) : pMesh(pMesh_), rooms(rooms_)
     {
         for (CPatch* pPatch : pMesh->getPatches())
             if (pPatch->isAlive())
@@ -111,12 +129,13 @@ public:
             orient(patch.pPatch);
         }
         pMesh->clearVisited();
+        lookIntoRooms();
     }
 
     void appendSurplus(std::vector<CTriangle*>& vSurplus)
     {
         decide();
-        if (splitContradictory())
+        for (int turn = 0; turn < MAX_SPLITS && splitContradictory(); ++turn)
             decide();
         for (Index piece = 0; piece < vPieces.size(); ++piece) {
             const auto& [pPatch, pCT] = vPieces[piece];
@@ -151,12 +170,7 @@ private:
     {
         makePieces();
         gatherClues();
-        forest = SideForest(2 * vPieces.size());
-        for (const Clue& clue : vClues) {
-            const SideForest::Root a = forest.find(clue.a), b = forest.find(clue.b);
-            if (a.index != b.index)
-                forest.attach(a.index, b.index, (a.bTurned != b.bTurned) != clue.bDiffer);
-        }
+        vKind = decideKinds(2 * vPieces.size() + rooms.size(), vClues);
     }
 
     void makePieces()
@@ -178,20 +192,27 @@ private:
 
     bool splitContradictory()
     {
-        for (const Clue& clue : vClues)
-            if (!clue.bDiffer && kindOf(clue.a) != kindOf(clue.b))
-                for (const Index side : {clue.a, clue.b})
+        for (Patch& patch : vPatches)
+            patch.numContradicted = 0;
+        const Index firstRoom = sideOfRoom(0);
+        for (const SideClue& clue : vClues) {
+            if (clue.bDiffer || kindOf(clue.a) == kindOf(clue.b))
+                continue;
+            for (const Index side : {clue.a, clue.b})
+                if (side < firstRoom)
                     vPatches[placeOf(vPieces[side / 2])].numContradicted += clue.weight;
+        }
         bool bAny = false;
         for (Patch& patch : vPatches) {
-            patch.bSplit = patch.bNarrow && CONTRADICTION_PART * patch.numContradicted > patch.numRim;
-            bAny = bAny || patch.bSplit;
+            if (patch.bSplit || !patch.bNarrow || CONTRADICTION_PART * patch.numContradicted <= patch.numRim)
+                continue;
+            patch.bSplit = bAny = true;
         }
         return bAny;
     }
 
     // Comparable for sides that clues connect; that a piece has two sides is one.
-    bool kindOf(Index side) { return forest.find(side).bTurned; }
+    bool kindOf(Index side) const { return vKind[side] != 0; }
 
     std::size_t placeOf(const Piece& piece) const { return std::size_t(piece.pPatch - vPatches.data()); }
 
@@ -230,22 +251,15 @@ private:
         }
     }
 
-    // Strongest first. Those within a split patch, that its triangles go on alike, come after those at rims,
-    // and that a narrow piece has two sides comes last.
+    // In the order in which equally strong ones count. Those within a split patch, that its triangles go on
+    // alike, come after those at rims, and that a narrow piece has two sides comes last.
     void gatherClues()
     {
         vClues.clear();
         for (const CEdge* pCE : vIrregularCE)
             if (!pCE->isBorder())
                 lookRound(pCE);
-        std::sort(vClues.begin(), vClues.end(), hasLowerSides);
-        std::size_t numKept = 0;
-        for (const Clue& clue : vClues)
-            if (numKept > 0 && vClues[numKept - 1].a == clue.a && vClues[numKept - 1].b == clue.b)
-                ++vClues[numKept - 1].weight;
-            else
-                vClues[numKept++] = clue;
-        vClues.resize(numKept);
+        countEqualClues(vClues);
         for (const Piece& piece : vPieces)
             if (piece.pCT != nullptr)
                 lookBeside(piece.pCT);
@@ -254,28 +268,94 @@ private:
             vClues.push_back(
                 {2 * piece, 2 * piece + 1, pPatch->bNarrow ? 0 : pPatch->pPatch->getSize(), true});
         }
-        std::stable_sort(vClues.begin(), vClues.end(), isStronger);
+        for (const View& view : vViews) {
+            const Patch& patch = vPatches[view.patch];
+            const Index side = 2 * patch.piece + (view.numFront > view.numBack ? 0 : 1);
+            if (!patch.bSplit)
+                vClues.push_back({side, sideOfRoom(view.room), view.net(), false});
+        }
+    }
+
+    // Rooms come after the sides of all pieces.
+    Index sideOfRoom(Index room) const { return static_cast<Index>(2 * vPieces.size()) + room; }
+
+    // Finds the views that are clues: of patches that look into a room from one side mostly, and of rooms
+    // that most patches look into from one side.
+    void lookIntoRooms()
+    {
+        for (Index place = 0; place < vPatches.size(); ++place)
+            lookFrom(place);
+        std::vector<std::size_t> vStray(rooms.size(), 0), vNet(rooms.size(), 0);
+        for (const View& view : vViews) {
+            vStray[view.room] += view.stray();
+            vNet[view.room] += view.net();
+        }
+        std::erase_if(vViews, [&](const View& view) {
+            return LEAK_PART * view.stray() > view.net() || LEAK_PART * vStray[view.room] > vNet[view.room];
+        });
+    }
+
+    void lookFrom(Index place)
+    {
+        const auto& vCT = vPatches[place].pPatch->getMembers();
+        const std::size_t step = 1 + vCT.size() / LOOKS;
+        vLooks.clear();
+        for (std::size_t i = 0; i < vCT.size(); i += step)
+            for (const int side : {1, -1}) {
+                const Index room = roomBefore(rooms, vCT[i], side);
+                if (room != FreeRooms::NO_ROOM)
+                    vLooks.emplace_back(room, side);
+            }
+        std::sort(vLooks.begin(), vLooks.end());
+        for (const auto& [room, side] : vLooks) {
+            if (vViews.empty() || vViews.back().patch != place || vViews.back().room != room)
+                vViews.push_back({place, room, 0, 0});
+            (side > 0 ? vViews.back().numFront : vViews.back().numBack) += step;
+        }
     }
 
     // Where two triangles lie on each other nobody knows what is between them and the others.
     void lookRound(const CEdge* pCE)
     {
         const u64 from = pCE->getV0(), to = pCE->getV1();
-        const Bearing bearing(pMesh->getCalc(), from, to);
-        vStar.clear();
-        for (const CTriangle* pCT : pCE->getCTs())
-            vStar.push_back({bearing.of(pCT->getThirdCCD(from, to)), pCT});
-        std::sort(vStar.begin(), vStar.end(),
-                  [](const Spoke& a, const Spoke& b) { return a.bearing < b.bearing; });
-        vStar.push_back({vStar.front().bearing + 2.0 * std::numbers::pi, vStar.front().pCT});
-        for (std::size_t i = 1; i < vStar.size(); ++i)
-            if (vStar[i].bearing - vStar[i - 1].bearing < ONE_DIRECTION)
-                return;
+        if (!sortStar(pCE, areAsExtracted(pCE)))
+            return;
         for (std::size_t i = 1; i < vStar.size(); ++i) {
             const auto [a, b] = std::minmax(
                 {sideTowards(vStar[i - 1].pCT, from, to, true), sideTowards(vStar[i].pCT, from, to, false)});
             vClues.push_back({a, b, 1, false});
         }
+    }
+
+    // Between neighbouring cells. Where a flat triangle was split the corners lie in a line of cells.
+    bool areAsExtracted(const CEdge* pCE) const
+    {
+        const Point3 from = latticePoint(Calc::ccdToRCD(pCE->getV0()));
+        return std::all_of(pCE->getCTs().begin(), pCE->getCTs().end(), [&](const CTriangle* pCT) {
+            const u64 ccdThird = pCT->getThirdCCD(pCE->getV0(), pCE->getV1());
+            const Vector3 v = latticePoint(Calc::ccdToRCD(ccdThird)) - from;
+            return std::max({std::fabs(v.x()), std::fabs(v.y()), std::fabs(v.z())}) < 1.5;
+        });
+    }
+
+    // The triangles at the edge in order, the first one again as the last. Between cell centres they lie as
+    // they were extracted, without folds; else their points tell. False if two have one direction.
+    bool sortStar(const CEdge* pCE, bool bByCells)
+    {
+        const u64 from = pCE->getV0(), to = pCE->getV1();
+        const auto place = [&](u64 ccd) {
+            return bByCells ? latticePoint(Calc::ccdToRCD(ccd)) : pMesh->getAvgPoint(ccd);
+        };
+        const Bearing bearing(place(from), place(to));
+        vStar.clear();
+        for (const CTriangle* pCT : pCE->getCTs())
+            vStar.push_back({bearing.of(place(pCT->getThirdCCD(from, to))), pCT});
+        std::sort(vStar.begin(), vStar.end(),
+                  [](const Spoke& a, const Spoke& b) { return a.bearing < b.bearing; });
+        vStar.push_back({vStar.front().bearing + 2.0 * std::numbers::pi, vStar.front().pCT});
+        return std::adjacent_find(vStar.begin(), vStar.end(), [](const Spoke& a, const Spoke& b) {
+                   return !(b.bearing - a.bearing >= ONE_DIRECTION);
+               }) == vStar.end();
     }
 
     // Of the triangle's piece, the side that faces the next triangle round the edge, or the one before. The
@@ -302,22 +382,25 @@ private:
     }
 
     CMesh* pMesh;
+    const FreeRooms& rooms;
+    std::vector<View> vViews;    // by patch; see lookIntoRooms
     std::vector<Patch> vPatches; // by label; does not grow once there are pieces
     std::vector<Piece> vPieces;
     TESK_TOOLS::FlatMap<u64, Index, TESK_TOOLS::U64Hash> mSplitPiece; // by triangle number
-    SideForest forest;                                                // of the sides
+    std::vector<char> vKind;                                          // of the sides, then of the rooms
     std::vector<CEdge*> vIrregularCE;
-    std::vector<Clue> vClues;
-    std::vector<CTriangle*> vStack; // scratch
-    std::vector<Spoke> vStar;       // scratch
+    std::vector<SideClue> vClues;
+    std::vector<CTriangle*> vStack;            // scratch
+    std::vector<Spoke> vStar;                  // scratch
+    std::vector<std::pair<Index, int>> vLooks; // scratch: room, side
 };
 
 } // namespace
 
-void getSurplusTriangles(CMesh* pMesh, std::vector<CTriangle*>& vSurplus)
+void getSurplusTriangles(CMesh* pMesh, const FreeRooms& rooms, std::vector<CTriangle*>& vSurplus)
 {
     pMesh->clearVisited();
-    Pieces(pMesh).appendSurplus(vSurplus);
+    Pieces(pMesh, rooms).appendSurplus(vSurplus);
 }
 
 } // namespace TESK_ZAN

@@ -41,6 +41,21 @@ Soup box(const Point3& low, const Vector3& size, double degrees = 0.0)
     return soup;
 }
 
+// About the z axis, from -height to height.
+Soup prism(double radius, double height, int numSides)
+{
+    Soup soup;
+    const auto at = [&](int i, double z) {
+        const double angle = 6.283185307179586 * i / numSides;
+        return Point3(radius * std::cos(angle), radius * std::sin(angle), z);
+    };
+    for (int i = 0; i < numSides; ++i) {
+        const Point3 a = at(i, -height), b = at(i + 1, -height), c = at(i + 1, height), d = at(i, height);
+        soup.insert(soup.end(), {a, b, c, a, c, d, Point3(0, 0, height), d, c, Point3(0, 0, -height), b, a});
+    }
+    return soup;
+}
+
 Soup together(const Soup& a, const Soup& b)
 {
     Soup soup = a;
@@ -122,6 +137,21 @@ TEST_F(MeltTest, bodiesThatRunThroughEachOtherComeOutClosed)
                                         1.0);
         const MeshReport report = checkMesh(mesh);
         EXPECT_TRUE(report.isClosedManifold() && report.isOriented()) << degrees << ' ' << toText(report);
+    }
+}
+
+TEST_F(MeltTest, noPartOfThreeBodiesThatRunThroughEachOtherIsInsideOut)
+{
+    Soup bar = box(Point3(-0.2, -1, -0.4), Vector3(0.4, 2, 0.8));
+    std::reverse(bar.begin(), bar.end());
+    const Soup plate = box(Point3(-1, -0.6, -0.15), Vector3(2, 1.2, 0.3));
+    const Soup bodies = together(together(plate, bar), prism(0.3, 0.9, 40));
+    for (const double spacing : {0.035, 0.039, 0.04, 0.044}) {
+        const IndexedMesh mesh = melted(bodies, spacing);
+        EXPECT_TRUE(checkMesh(mesh).isClosedManifold()) << spacing;
+        // 1.32 where an odd number of bodies is, 1.53 where any is
+        EXPECT_GT(meshVolume(mesh), 1.25) << spacing;
+        EXPECT_LT(meshVolume(mesh), 1.6) << spacing;
     }
 }
 
