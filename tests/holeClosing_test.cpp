@@ -270,10 +270,10 @@ TEST(CloseHoles, tangledTrianglesOfAnyOrientationAreNoTrouble)
     size_t numClosed = 0;
     for (int i = 0; i < 200; ++i) {
         IndexedMesh tangle;
-        for (unsigned int k = 0, n = 4 + random() % 12; k < n; ++k)
+        for (unsigned int k = 0, n = 4 + unsigned(random() % 12); k < n; ++k)
             tangle.vPoints.emplace_back(random() % 1000, random() % 1000, i % 2 == 0 ? 0 : random() % 1000);
         std::set<std::set<int>> sSeen;
-        for (unsigned int k = 0, n = 4 + random() % 36; k < n; ++k) {
+        for (unsigned int k = 0, n = 4 + unsigned(random() % 36); k < n; ++k) {
             const auto corner = [&] { return int(random() % tangle.vPoints.size()); };
             const int a = corner(), b = corner(), c = corner();
             if (a != b && b != c && c != a && sSeen.insert({a, b, c}).second)
