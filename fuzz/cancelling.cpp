@@ -2,35 +2,19 @@
 #include "inputs.h"
 
 #include "Progress.h"
+#include "helpers/impatient.h"
 
 #include <array>
 
 using namespace TESK_ZAN;
+using zan_test::HadEnough;
+using zan_test::Impatient;
 
 namespace zan_fuzz
 {
 
 namespace
 {
-
-struct HadEnough {
-};
-
-class Impatient : public ProgressBase
-{
-public:
-    explicit Impatient(int throwAt_) : throwAt(throwAt_) { subscribe(this); }
-
-    void progressChanged(const std::string&, double) override
-    {
-        if (++numCalls == throwAt)
-            throw HadEnough();
-    }
-
-private:
-    const int throwAt;
-    int numCalls = 0;
-};
 
 // All that a call gives. pMesh: the mesh that it changes; null for calls that change none.
 using Call = std::function<Points(std::shared_ptr<Mesh>& pMesh)>;

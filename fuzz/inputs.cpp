@@ -137,9 +137,9 @@ double extentOf(const Points& vPoints)
     double low[3] = {INF, INF, INF};
     double high[3] = {-INF, -INF, -INF};
     for (const Point3& p : vPoints) {
-        const double c[3] = {p.x(), p.y(), p.z()};
-        if (!std::all_of(c, c + 3, [](double v) { return std::isfinite(v); }))
+        if (!p.isFinite())
             continue;
+        const double c[3] = {p.x(), p.y(), p.z()};
         for (int axis = 0; axis < 3; ++axis) {
             low[axis] = std::min(low[axis], c[axis]);
             high[axis] = std::max(high[axis], c[axis]);
@@ -321,9 +321,7 @@ void checkResult(const std::shared_ptr<TESK_ZAN::Mesh>& pMesh)
 
 bool allFinite(const Points& vPoints)
 {
-    return std::all_of(vPoints.begin(), vPoints.end(), [](const Point3& p) {
-        return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-    });
+    return std::all_of(vPoints.begin(), vPoints.end(), [](const Point3& p) { return p.isFinite(); });
 }
 
 Points cornersOf(const std::shared_ptr<TESK_ZAN::Mesh>& pMesh)

@@ -42,11 +42,6 @@ constexpr double MIN_ULPS_PER_CELL = 4096.0; // below, a thousandth of a cell ma
 constexpr double TOUCHED_CELLS_PER_AREA = 1.307025;
 constexpr double SPACING_PER_AREA = 1.5396;
 
-bool isFinite(const Point3& p)
-{
-    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-}
-
 // The highest level at which two different codes differ.
 int differenceLevel(u64 codeA, u64 codeB)
 {
@@ -102,7 +97,7 @@ std::vector<Point3> finitePoints(const std::vector<Point3>& vInput, size_t group
         const auto first = vInput.begin() + static_cast<std::ptrdiff_t>(start);
         const auto last =
             vInput.begin() + static_cast<std::ptrdiff_t>(std::min(start + groupSize, vInput.size()));
-        if (std::all_of(first, last, isFinite))
+        if (std::all_of(first, last, [](const Point3& p) { return p.isFinite(); }))
             vFinite.insert(vFinite.end(), first, last);
     }
     return vFinite;

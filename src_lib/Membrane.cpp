@@ -1,6 +1,7 @@
 #include "Membrane.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace TESK_ZAN
 {
@@ -18,7 +19,7 @@ constexpr double MIN_ROUNDNESS = 0.01;
 constexpr int MAX_TOOTH_ROUNDS = 40;
 
 constexpr int SWEEPS_PER_WIDTH = 3;
-constexpr double PI = 3.14159265358979323846;
+constexpr double PI = std::numbers::pi;
 
 // The rows of a sparse matrix: the neighbours of each point.
 struct Neighbours {

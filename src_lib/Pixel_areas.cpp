@@ -53,8 +53,10 @@ public:
         const double angle2 = getAngleDegree(-1.0 * vec12, vec20);
         if (angle1 < MIN_BASE_ANGLE || angle2 < MIN_BASE_ANGLE)
             return;
-        lift1 = rise / std::sin(angle1 * RADIANS_PER_DEGREE);
-        lift2 = rise / std::sin(angle2 * RADIANS_PER_DEGREE);
+        // By the lengths and not by the sine of an arc cosine: the last digits of those differ from one
+        // processor to another.
+        lift1 = rise / crossProd(vec12, vec10).length();
+        lift2 = rise / crossProd(vec12, vec20).length();
         numRows = static_cast<int>(std::ceil(len2 / lift1));
     }
 

@@ -6,6 +6,7 @@
 #include "Vector3.h"
 #include "zan_export.h"
 
+#include <cmath>
 #include <string>
 
 namespace TESK_ZAN
@@ -43,6 +44,9 @@ public:
         _z = z;
     }
     void set(const Point3& p) { set(p._x, p._y, p._z); }
+
+    // True if no coordinate is infinite or NaN.
+    bool isFinite() const { return std::isfinite(_x) && std::isfinite(_y) && std::isfinite(_z); }
 
     bool hasColor() const { return _hasColor != 0; }
 

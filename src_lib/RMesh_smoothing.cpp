@@ -5,7 +5,6 @@
 #include "stageTrace.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string>
 
 namespace TESK_ZAN
@@ -37,11 +36,6 @@ private:
     Progress* pProgress;
 };
 
-bool isFinite(const Point3& p)
-{
-    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-}
-
 template <class PointerIter>
 Point3 meanOf(PointerIter first, PointerIter last)
 {
@@ -57,7 +51,7 @@ Point3 meanOf(PointerIter first, PointerIter last)
 // Moves the vertex unless the place is taken, by itself or by another one.
 bool moveIfFree(RMesh& mesh, Point3* pVtx, const Point3& place)
 {
-    if (!isFinite(place) || mesh.hasVtx(place))
+    if (!place.isFinite() || mesh.hasVtx(place))
         return false;
     mesh.updateVertex(pVtx, place);
     return true;

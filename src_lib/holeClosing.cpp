@@ -15,6 +15,7 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -101,14 +102,13 @@ SurfaceAreas::SurfaceAreas(const RMesh& mesh) : vSurfaceOf(mesh.getAllT().size()
 // walls.
 std::vector<bool> findOpeningsOfBodies(const RMesh& mesh, const std::vector<std::vector<REdge*>>& vLoops)
 {
-    constexpr double PI = 3.14159265358979323846;
     constexpr double MIN_RATIO = 4.0; // of a circle of the length; a hemisphere has 2
     const SurfaceAreas areas(mesh);
     std::vector<bool> vIsOpening;
     for (const std::vector<REdge*>& vLoopRE : vLoops) {
         const double length = getMeanLength(vLoopRE) * static_cast<double>(vLoopRE.size());
         const double area = areas.at(vLoopRE.front()->getTriangle(true, true));
-        vIsOpening.push_back(area > MIN_RATIO * length * length / (4.0 * PI));
+        vIsOpening.push_back(area > MIN_RATIO * length * length / (4.0 * std::numbers::pi));
     }
     return vIsOpening;
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace TESK_ZAN
 {
@@ -28,7 +27,7 @@ std::vector<Cells27> sampleCells(const Calc& calc, const std::vector<Point3>& vP
     vCells.reserve(MAX_SAMPLES);
     for (std::size_t i = 0; i < vPoints.size(); i += step) {
         const Point3& p = vPoints[i];
-        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || !std::isfinite(p.z()))
+        if (!p.isFinite())
             continue;
         vCells.emplace_back();
         Calc::completeArray27_RCD(Calc::ccdToRCD(calc.getCCD(&p)), vCells.back().data());

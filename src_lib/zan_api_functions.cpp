@@ -163,9 +163,9 @@ void autoOffset(std::vector<Point3>& vPoints, double& x, double& y, double& z)
     double low[3] = {DBL_MAX, DBL_MAX, DBL_MAX};
     double high[3] = {-DBL_MAX, -DBL_MAX, -DBL_MAX};
     for (const Point3& p : vPoints) {
-        const double c[3] = {p.x(), p.y(), p.z()};
-        if (!std::isfinite(c[0]) || !std::isfinite(c[1]) || !std::isfinite(c[2]))
+        if (!p.isFinite())
             continue;
+        const double c[3] = {p.x(), p.y(), p.z()};
         for (int axis = 0; axis < 3; ++axis) {
             low[axis] = std::min(low[axis], c[axis]);
             high[axis] = std::max(high[axis], c[axis]);

@@ -442,6 +442,17 @@ TEST_F(RMeshTest, LongestEdgeTiesGoTo01Then12)
     EXPECT_EQ(mesh->getAllT()[2]->getLargestEdgeICI(), 2); // 01 and 12 are equal
 }
 
+TEST_F(RMeshTest, NeighboursAtACornerComeOverTheEdgeToTheNextCornerFirst)
+{
+    RealMesh mesh(IndexedMesh{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, -1, 0}},
+                              {0, 1, 2, 0, 2, 4, 1, 0, 5, 2, 1, 3}});
+    std::vector<RTriangle*> vRT;
+    mesh->getAllT()[0]->getNeighbours(0, vRT);
+    mesh->getAllT()[0]->getNeighbours(1, vRT);
+    const std::vector<RTriangle*>& vT = mesh->getAllT();
+    EXPECT_EQ(vRT, (std::vector<RTriangle*>{vT[2], vT[1], vT[3], vT[2]}));
+}
+
 // ---- Cleaning ----
 
 TEST_F(RMeshTest, TwinsOfEitherOrientationDieAndTheFirstStays)

@@ -2,51 +2,28 @@
 #include "Progress.h"
 #include "RMesh.h"
 #include "helpers/captured.h"
+#include "helpers/impatient.h"
+#include "helpers/shapes.h"
 #include "zan_api_functions.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <functional>
-#include <numbers>
 #include <utility>
 
 using namespace TESK_ZAN;
 using zan_test::CapturedMessages;
+using zan_test::HadEnough;
+using zan_test::Impatient;
 
 namespace
 {
 
-struct HadEnough {
-};
-
-class Impatient : public ProgressBase
+// Open at the top, so that there is a hole to close.
+std::vector<Point3> openSphere()
 {
-public:
-    explicit Impatient(int throwAt_) : throwAt(throwAt_) { subscribe(this); }
-
-    void progressChanged(const std::string&, double) override
-    {
-        if (++numCalls == throwAt)
-            throw HadEnough();
-    }
-
-    int numCalls = 0;
-
-private:
-    const int throwAt; // 0: never
-};
-
-// An even sphere, open at the top so that there is a hole to close.
-std::vector<Point3> openSphere(int numPoints)
-{
-    std::vector<Point3> vPoints;
-    for (int i = numPoints / 20; i < numPoints; ++i) {
-        const double z = 1.0 - (2.0 * i + 1.0) / numPoints;
-        const double angle = i * std::numbers::pi * (3.0 - std::sqrt(5.0));
-        const double ring = std::sqrt(1.0 - z * z);
-        vPoints.emplace_back(ring * std::cos(angle), ring * std::sin(angle), z);
-    }
+    std::vector<Point3> vPoints = zan_test::sphere(400).vPoints;
+    std::erase_if(vPoints, [](const Point3& p) { return p.z() > 0.9; });
     return vPoints;
 }
 
@@ -64,7 +41,7 @@ using Call = std::function<std::vector<Point3>(std::shared_ptr<Mesh>& pMesh)>;
 class Cancelling : public testing::Test
 {
 protected:
-    Cancelling() : vPoints(openSphere(400)), vCorners(cornersOf(*reconstruct_auto(vPoints, 1.0, 2))) {}
+    Cancelling() : vPoints(openSphere()), vCorners(cornersOf(*reconstruct_auto(vPoints, 1.0, 2))) {}
 
     Call changing(std::function<void(std::shared_ptr<Mesh>)> work)
     {

@@ -29,7 +29,7 @@ std::array<double, 3> View::along(double x, double y, double z) const
 void View::include(const std::vector<Point3>& vPoints)
 {
     for (const Point3& p : vPoints) {
-        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || !std::isfinite(p.z()))
+        if (!p.isFinite())
             continue;
         const std::array<double, 3> place = along(p.x(), p.y(), p.z());
         for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <numeric>
 #include <utility>
 
@@ -13,17 +12,13 @@ namespace
 
 using Triangle = std::array<std::size_t, 3>; // of vertex numbers
 
-bool isFinite(const Point3& p)
-{
-    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-}
-
 // Numbers the places, equal ones alike; a triangle with a corner that is nowhere is left out.
 std::vector<Triangle> weld(const std::vector<Point3>& vCorners, std::vector<Point3>& vPlaces,
                            MeshFigures& figures)
 {
     vPlaces.reserve(vCorners.size());
-    std::copy_if(vCorners.begin(), vCorners.end(), std::back_inserter(vPlaces), isFinite);
+    std::copy_if(vCorners.begin(), vCorners.end(), std::back_inserter(vPlaces),
+                 [](const Point3& p) { return p.isFinite(); });
     std::sort(vPlaces.begin(), vPlaces.end());
     vPlaces.erase(std::unique(vPlaces.begin(), vPlaces.end()), vPlaces.end());
     figures.numVertices = vPlaces.size();
@@ -36,7 +31,7 @@ std::vector<Triangle> weld(const std::vector<Point3>& vCorners, std::vector<Poin
         bool bProper = true;
         for (std::size_t k = 0; k < 3; ++k) {
             const Point3& corner = vCorners[first + k];
-            bProper = bProper && isFinite(corner);
+            bProper = bProper && corner.isFinite();
             const auto place = std::lower_bound(vPlaces.begin(), vPlaces.end(), corner);
             triangle[k] = static_cast<std::size_t>(place - vPlaces.begin());
         }

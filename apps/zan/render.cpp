@@ -45,11 +45,6 @@ struct Scene {
     std::vector<Point3> vPoints; // three a triangle, or a cloud
 };
 
-bool isFinite(const Point3& p)
-{
-    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
-}
-
 // Turns the scene so that the axis stands upright, which z does by itself.
 void raise(const std::string& up, std::vector<Point3>& vPoints)
 {
@@ -97,7 +92,7 @@ void drawTriangles(const std::vector<Point3>& vCorners, const View& view, Pictur
 {
     for (std::size_t i = 0; i + 3 <= vCorners.size(); i += 3) {
         const Point3* const p = &vCorners[i];
-        if (!isFinite(p[0]) || !isFinite(p[1]) || !isFinite(p[2]))
+        if (!p[0].isFinite() || !p[1].isFinite() || !p[2].isFinite())
             continue;
         const Vector3 normal = crossProd(p[1] - p[0], p[2] - p[0]);
         const double length = normal.length();
@@ -134,7 +129,7 @@ void drawDots(const std::vector<Point3>& vPoints, int size, const View& view, Pi
     const double radius = std::clamp(0.45 * size / std::sqrt(double(vPoints.size())), 0.3, 4.0);
     const double depth = std::max(view.nearest() - view.farthest(), 1e-300);
     for (const Point3& p : vPoints) {
-        if (!isFinite(p))
+        if (!p.isFinite())
             continue;
         const Spot spot = view.spotOf(p);
         const auto fog = float(0.75 * (1.0 - std::clamp(spot.depth / depth, 0.0, 1.0)));

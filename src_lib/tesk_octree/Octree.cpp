@@ -27,7 +27,7 @@ Octree::Octree(const std::vector<Point3>& vPoints, const std::vector<std::uint32
     Box3 box;
     for (std::uint32_t i = 0; i < vPoints.size(); ++i) {
         const Point3& p = vPoints[i];
-        zanAssert(std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()));
+        zanAssert(p.isFinite());
         vEntries[i] = {p.x(), p.y(), p.z(), i, vLabels.empty() ? 0 : vLabels[i]};
         box.add(p);
     }
