@@ -47,30 +47,9 @@ IndexedMesh hexagon(double height)
     return mesh;
 }
 
-// Two tents on n by n vertices, 1 apart; z by the function.
-template <class F>
-IndexedMesh grid(int n, F z)
-{
-    IndexedMesh mesh;
-    for (int y = 0; y < n; ++y)
-        for (int x = 0; x < n; ++x)
-            mesh.vPoints.emplace_back(x, y, z(x, y));
-    for (int y = 0; y + 1 < n; ++y)
-        for (int x = 0; x + 1 < n; ++x) {
-            const int a = y * n + x;
-            mesh.vTriangles.insert(mesh.vTriangles.end(), {a, a + 1, a + n + 1, a, a + n + 1, a + n});
-        }
-    return mesh;
-}
-
-IndexedMesh flatGrid(int n)
-{
-    return grid(n, [](int, int) { return 0.0; });
-}
-
 IndexedMesh wavyGrid(int n)
 {
-    return grid(n, [n](int x, int y) {
+    return zan_test::gridMesh(n, [n](int x, int y) {
         return 0.05 * n * std::sin(6.0 * x / n) * std::cos(5.0 * y / n) +
                0.03 * randomAt(7, size_t(x), size_t(y));
     });
@@ -266,7 +245,7 @@ TEST_F(RMeshReduce, CandidatesAreThePenaltiesOfBothDirectionsForEveryThreadCount
 
 TEST_F(RMeshReduce, FlatGridShrinksAtAngleZeroAndKeepsItsOutline)
 {
-    RealMesh mesh(flatGrid(12));
+    RealMesh mesh(zan_test::flatGrid(12));
     const int numBefore = int(mesh->getNumT());
     const int numRemoved = reduceMesh(mesh, INF, 0);
     EXPECT_EQ(int(mesh->getNumT()), numBefore - numRemoved);
@@ -344,7 +323,7 @@ TEST_F(RMeshReduce, ExportedCallTakesALengthAndRemovesFlatTrianglesEvenIfNothing
     EXPECT_EQ(pMesh->getNumT(), 1u);
     EXPECT_EQ(getRootProgress()->getName(), "empty");
 
-    RealMesh flat(flatGrid(5));
+    RealMesh flat(zan_test::flatGrid(5));
     const auto pFlat = std::make_shared<Mesh>(flat.pMesh.release());
     EXPECT_EQ(reduce(pFlat, 0.99, 1), 0);
     EXPECT_GT(reduce(pFlat, -1.01, 1), 0) << "only the square of the length counts";
@@ -455,7 +434,7 @@ struct NamedMesh {
 
 std::vector<NamedMesh> allShapes()
 {
-    return {{"flat grid", flatGrid(25), 1.0},
+    return {{"flat grid", zan_test::flatGrid(25), 1.0},
             {"wavy grid", wavyGrid(30), 1.0},
             {"ball", ball(4), 0.1},
             {"torus", torus(60, 24, 0.4), 0.1},
@@ -556,7 +535,7 @@ TEST_F(RMeshReduce, ThreadCountDoesNotChangeTheResult)
 
 TEST_F(RMeshReduce, CollapseToTheMiddleMakesAVertexAndOffersItsEdges)
 {
-    RealMesh mesh(flatGrid(6));
+    RealMesh mesh(zan_test::flatGrid(6));
     RTop top(mesh.pMesh.get());
     std::multimap<double, REdge*> mmPrioq;
     EXPECT_FALSE(top.tryCollapseMid(mesh.edge(14, 15), *mesh.vtx(20), INF, 30, mmPrioq))
@@ -580,7 +559,7 @@ TEST_F(RMeshReduce, CollapseToTheMiddleMakesAVertexAndOffersItsEdges)
 
 TEST_F(RMeshReduce, CollapseToAnEndKeepsThatEnd)
 {
-    RealMesh mesh(flatGrid(6));
+    RealMesh mesh(zan_test::flatGrid(6));
     RTop top(mesh.pMesh.get());
     std::multimap<double, REdge*> mmPrioq;
     REdge* pRE = mesh.edge(14, 15);

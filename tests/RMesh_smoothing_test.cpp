@@ -36,17 +36,8 @@ constexpr int GRID = 7; // vertices along a side; the rest of the tests speaks o
 // Rough heights over a square.
 IndexedMesh roughGrid(std::uint64_t seed = 3)
 {
-    IndexedMesh mesh;
-    for (int y = 0; y < GRID; ++y)
-        for (int x = 0; x < GRID; ++x)
-            mesh.vPoints.emplace_back(x, y, 0.4 * randomAt(seed, size_t(x), size_t(y)));
-    for (int y = 0; y + 1 < GRID; ++y)
-        for (int x = 0; x + 1 < GRID; ++x) {
-            const int a = y * GRID + x;
-            mesh.vTriangles.insert(mesh.vTriangles.end(),
-                                   {a, a + 1, a + GRID + 1, a, a + GRID + 1, a + GRID});
-        }
-    return mesh;
+    return zan_test::gridMesh(GRID,
+                              [seed](int x, int y) { return 0.4 * randomAt(seed, size_t(x), size_t(y)); });
 }
 
 bool isOnRim(int index)

@@ -35,22 +35,6 @@ protected:
     void TearDown() override { getRootProgress()->clear(); }
 };
 
-// n by n quads in z = 0, each of two triangles.
-IndexedMesh flatGrid(int n)
-{
-    IndexedMesh grid;
-    for (int y = 0; y <= n; ++y)
-        for (int x = 0; x <= n; ++x)
-            grid.vPoints.emplace_back(x, y, 0);
-    for (int y = 0; y < n; ++y)
-        for (int x = 0; x < n; ++x) {
-            const int a = y * (n + 1) + x, b = a + 1, c = a + n + 1, d = c + 1;
-            for (const int corner : {a, b, d, a, d, c})
-                grid.vTriangles.push_back(corner);
-        }
-    return grid;
-}
-
 std::vector<std::uint32_t> numbersOf(const std::vector<REdge*>& vRE)
 {
     std::vector<std::uint32_t> vNumbers;
@@ -141,7 +125,7 @@ TEST_F(RMeshTest, MovedVertexIsFoundAtItsNewPlaceOnlyAndTrianglesForgetTheirNorm
 
 TEST_F(RMeshTest, OrdersFollowCreationThoughThePoolsGrowInManyBlocks)
 {
-    RealMesh mesh(flatGrid(20));
+    RealMesh mesh(zan_test::flatGrid(21));
     std::vector<Point3*> vP;
     mesh->getPoints(vP);
     ASSERT_EQ(vP.size(), 441u);
@@ -553,7 +537,7 @@ TEST_F(RMeshTest, MoebiusBandEndsAsOnePatch)
 
 TEST_F(RMeshTest, NeedleIsCollapsedAlongItsShortEdgeAndNothingElseTurns)
 {
-    IndexedMesh dome = flatGrid(4); // curved, so that any longer way would turn triangles
+    IndexedMesh dome = zan_test::flatGrid(5); // curved, so that any longer way would turn triangles
     for (Point3& p : dome.vPoints)
         p.set(p.x(), p.y(), -0.1 * (p.x() * p.x() + p.y() * p.y()));
     dome.vPoints[13] = dome.vPoints[12] + Vector3(1e-6, 0, 0); // two neighbours nearly meet
@@ -611,7 +595,7 @@ TEST_F(RMeshTest, NoTriangleStaysFlatAtItsFirstCornerOnJitteredSheets)
 {
     Random random(23);
     for (int round = 0; round < 10; ++round) {
-        IndexedMesh grid = flatGrid(12);
+        IndexedMesh grid = zan_test::flatGrid(13);
         for (Point3& p : grid.vPoints) // coarse steps: many vertices on one line, some nearly on one place
             p.set(p.x() + 1e-9 * random.uniform(), 0.5 * std::floor(p.y() / 3) + 1e-9 * random.uniform(),
                   random.below(3) == 0 ? 0.25 : 0.0);
@@ -641,7 +625,7 @@ TEST_F(RMeshTest, TwoClosedFansAtOneVertexAreToldApart)
 
 TEST_F(RMeshTest, OpenFanGivesAWarningAndOneGroupOfAll)
 {
-    const RealMesh mesh(flatGrid(2));
+    const RealMesh mesh(zan_test::flatGrid(3));
     const CapturedMessages messages;
     std::vector<std::vector<RTriangle*>> vvRT;
     mesh->getUmbrellas(mesh.vtx(4), vvRT); // the middle: closed

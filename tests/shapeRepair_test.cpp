@@ -33,24 +33,10 @@ int at(int x, int y)
     return y * N + x;
 }
 
-// N by N vertices, 1 apart.
-IndexedMesh flatGrid()
-{
-    IndexedMesh mesh;
-    for (int y = 0; y < N; ++y)
-        for (int x = 0; x < N; ++x)
-            mesh.vPoints.emplace_back(x, y, 0);
-    for (int y = 0; y + 1 < N; ++y)
-        for (int x = 0; x + 1 < N; ++x)
-            mesh.vTriangles.insert(mesh.vTriangles.end(), {at(x, y), at(x + 1, y), at(x + 1, y + 1), at(x, y),
-                                                           at(x + 1, y + 1), at(x, y + 1)});
-    return mesh;
-}
-
 // Two of its vertices 0.1 apart, in the inside.
 IndexedMesh gridWithNeedles()
 {
-    IndexedMesh mesh = flatGrid();
+    IndexedMesh mesh = zan_test::flatGrid(N);
     mesh.vPoints[size_t(at(3, 3))].set(2.1, 3, 0);
     return mesh;
 }
@@ -118,7 +104,7 @@ void expectSameTopology(const RealMesh& mesh, const IndexedMesh& before, size_t 
 
 TEST(ShapeRepair, ACapFlipsAndKeepsAllVertices)
 {
-    IndexedMesh cap = flatGrid();
+    IndexedMesh cap = zan_test::flatGrid(N);
     cap.vPoints[size_t(at(3, 3))].set(3.48, 2.52, 0); // next to the diagonal of the square below
     RealMesh mesh(cap);
     ASSERT_GT(numSlivers(*mesh.pMesh), 0u);
@@ -142,7 +128,7 @@ TEST(ShapeRepair, ANeedleLosesOneEndOfItsShortEdge)
 TEST(ShapeRepair, AFoldFlipsInAnyUnit)
 {
     for (const double unit : {1e-4, 1.0, 1e4}) {
-        IndexedMesh fold = flatGrid();
+        IndexedMesh fold = zan_test::flatGrid(N);
         zan_test::splitInThree(fold, 2 * (3 * (N - 1) + 3));
         fold.vPoints.back().set(3.4, 3.7, 0);
         for (Point3& p : fold.vPoints)
@@ -167,7 +153,7 @@ TEST(ShapeRepair, WhatStandsOutMoreThanATenthOfACellStays)
 
 TEST(ShapeRepair, BordersKeepTheirVertices)
 {
-    IndexedMesh atBorder = flatGrid();
+    IndexedMesh atBorder = zan_test::flatGrid(N);
     atBorder.vPoints[size_t(at(3, 0))].set(2.1, 0, 0); // a short edge on the border
     atBorder.vPoints[size_t(at(0, 4))].set(0, 3.1, 0);
     RealMesh mesh(atBorder);
@@ -200,7 +186,7 @@ TEST(ShapeRepair, AThinTubeIsNotPinched)
 TEST(ShapeRepair, RoughSurfacesGetBetterAndKeepTheirTopology)
 {
     for (u64 seed = 0; seed < 20; ++seed) {
-        IndexedMesh rough = seed % 2 == 0 ? tube(12, 150, 2) : flatGrid();
+        IndexedMesh rough = seed % 2 == 0 ? tube(12, 150, 2) : zan_test::flatGrid(N);
         Random random(seed);
         for (Point3& p : rough.vPoints)
             p.set(p.x() + 0.9 * random.uniform(), p.y() + 0.9 * random.uniform(),

@@ -94,11 +94,14 @@ void setCancelsAtOnce(bool bAtOnce)
 
 void setFileToRemove(const std::string& path)
 {
+    // The handler must see these writes in their order: it may come between any two.
     aFileToRemove[0] = '\0';
+    std::atomic_signal_fence(std::memory_order_seq_cst);
     if (path.empty() || path.size() >= aFileToRemove.size())
         return;
     std::copy(path.begin() + 1, path.end(), aFileToRemove.begin() + 1);
     aFileToRemove[path.size()] = '\0';
+    std::atomic_signal_fence(std::memory_order_seq_cst);
     aFileToRemove[0] = path[0]; // at last, so that it is whole
 }
 

@@ -91,6 +91,28 @@ inline IndexedMesh pocket(int n, double zAbove, double zBelow, int numFins)
     return mesh;
 }
 
+// n by n vertices, 1 apart, with the height of (x, y) by a function; that one has the index y * n + x. Two
+// triangles a square, counterclockwise from above, with the diagonal from its lower left corner.
+template <class F>
+IndexedMesh gridMesh(int n, F height)
+{
+    IndexedMesh mesh;
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            mesh.vPoints.emplace_back(x, y, height(x, y));
+    for (int y = 0; y + 1 < n; ++y)
+        for (int x = 0; x + 1 < n; ++x) {
+            const int a = y * n + x;
+            mesh.vTriangles.insert(mesh.vTriangles.end(), {a, a + 1, a + n + 1, a, a + n + 1, a + n});
+        }
+    return mesh;
+}
+
+inline IndexedMesh flatGrid(int n)
+{
+    return gridMesh(n, [](int, int) { return 0.0; });
+}
+
 // Splits triangle t at its centre: it becomes one of the three parts, the others are appended.
 inline void splitInThree(IndexedMesh& mesh, int t)
 {
