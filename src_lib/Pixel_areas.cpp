@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr double MIN_BASE_ANGLE = 1e-5; // degrees; a flatter triangle is all edge
-constexpr double RADIANS_PER_DEGREE = 3.14159 / 180;
 
 // Added to a point it turns -0.0 into 0.0, which would compare equal and yet be another result.
 const Vector3 NO_NEGATIVE_ZERO;
