@@ -40,7 +40,7 @@ void callFindHoles(const std::shared_ptr<Mesh>& pMesh)
 
 void callOne(ByteSource& source, const std::shared_ptr<Mesh>& pMesh)
 {
-    constexpr std::array MAX_EDGES{0, 3, 4, 6, 12, -1, 40, 5};
+    constexpr std::array MAX_EDGES{0, 3, 4, 6, 5, -1, 8, 4};
     constexpr std::array FRACTIONS{0.01, 0.0, 0.2, 0.49, 0.7, -1.0, NOT_A_NUMBER, INF};
     switch (source.below(16)) {
     case 0:
@@ -54,11 +54,13 @@ void callOne(ByteSource& source, const std::shared_ptr<Mesh>& pMesh)
         return callReduce(source, pMesh);
     case 6:
     case 7:
-        return laplacianSmoothing(pMesh, source.below(5) - 1);
     case 8:
     case 9:
-    case 10:
+        return laplacianSmoothing(pMesh, source.below(5) - 1);
+    case 10: // as the annealing, and more so
     case 11:
+        if (pMesh->getNumT() > 60)
+            return;
         require(closeHoles(pMesh, source.oneOf(MAX_EDGES)) >= 0, "a number of holes");
         return;
     case 12:

@@ -112,7 +112,7 @@ void cloudOfSoup(Bytes bytes)
 
 void bridgeSoup(Bytes bytes)
 {
-    constexpr std::array STEPS{1, 2, 3, 5, 8, 0, -1, 4};
+    constexpr std::array STEPS{1, 2, 3, 1, 5, 0, -1, 2};
     ByteSource source(bytes);
     const int growSteps = source.oneOf(STEPS);
     SoupArguments a(source);
