@@ -200,6 +200,10 @@ TEST(CPatch, DivisionsOfTanglesAgreeWithCounting)
             for (const CTriangle* pCT : pPatch->getMembers())
                 ASSERT_EQ(pCT->getPatch(), pPatch);
             const std::vector<CEdge*> vWanted = boundaryByCounting(pPatch);
+            ASSERT_EQ(pPatch->isClosed(), vWanted.empty() && pPatch->getSize() >= 4); // counted afresh
+            std::set<CEdge*> sBoundary;
+            pPatch->getPatchBoundaryCE(sBoundary);
+            ASSERT_EQ(sBoundary, std::set<CEdge*>(vWanted.begin(), vWanted.end()));
             pPatch->setOuterBoundary(); // from the rim of the walk
             ASSERT_EQ(pPatch->getOuterBoundary(), vWanted);
             pPatch->setOuterBoundary(); // from the members
@@ -211,6 +215,7 @@ TEST(CPatch, DivisionsOfTanglesAgreeWithCounting)
         for (const CEdge* pCE : m.mesh.getE())
             if (pCE->getDegree() == 2) {
                 ASSERT_EQ(pCE->getCTs()[0]->getPatch(), pCE->getCTs()[1]->getPatch());
+                ASSERT_EQ(pCE->getAdjInPatch(pCE->getCTs()[0]), pCE->getCTs()[1]);
             }
     }
 }

@@ -144,6 +144,8 @@ TEST_F(RMeshTest, TrianglesAtAVertexKeepTheirOrderWhenOneDies)
     std::vector<RTriangle*> vBefore, vAfter;
     mesh->getIncidentT(mesh.vtx(4), vBefore);
     ASSERT_EQ(vBefore.size(), 4u);
+    EXPECT_EQ(mesh->getCommonRingRE(mesh.vtx(4), mesh.vtx(5)), 4); // the equator
+    EXPECT_EQ(mesh->getCommonRingRE(mesh.vtx(4), mesh.vtx(0)), 0);
     vBefore[1]->kill(mesh.pMesh.get());
     mesh->getIncidentT(mesh.vtx(4), vAfter);
     EXPECT_EQ(vAfter, (std::vector<RTriangle*>{vBefore[0], vBefore[2], vBefore[3]}));

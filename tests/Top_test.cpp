@@ -273,6 +273,22 @@ TEST(Top_deg3, a_sheet_is_opened_only_where_that_is_asked_for)
     EXPECT_EQ(numEdges(open.mesh, -1), 0U);
 }
 
+TEST(Top_deg3, where_none_is_loose_one_goes_with_a_loose_neighbour)
+{
+    // Both free edges of each of the three triangles bear another one.
+    IndexedMesh drawing = threeOnAnEdge();
+    drawing.vPoints.insert(drawing.vPoints.end(),
+                           {{2, 0, 1}, {2, 0, -1}, {-2, 1, 1}, {-2, 1, -1}, {-2, -1, 1}, {-2, -1, -1}});
+    drawing.vTriangles.insert(drawing.vTriangles.end(),
+                              {2, 1, 5, 2, 0, 6, 3, 1, 7, 3, 0, 8, 4, 1, 9, 4, 0, 10});
+    CodeMesh code(drawing);
+    TopOn(code).top.killAtDeg3(true);
+    EXPECT_EQ(numAlive(code.mesh), 7U);
+    EXPECT_FALSE(code.vCT[0]->isAlive()); // the smallest
+    EXPECT_NE(code.vCT[3]->isAlive(), code.vCT[4]->isAlive());
+    EXPECT_EQ(numEdges(code.mesh, -1), 0U);
+}
+
 TEST(Top_deg3, around_an_edge_where_a_border_ends_the_border_triangle_goes)
 {
     CodeMesh code(threeOnAnEdge());
