@@ -252,6 +252,9 @@ TEST_F(Cli, FailuresHaveTheirExitCodes)
     EXPECT_EQ(zan("reconstruct gone.xyz out.ply").code, 3) << "no such input";
     EXPECT_EQ(zan("reconstruct broken.ply out.ply").code, 3) << "input cut off";
     EXPECT_EQ(zan("reconstruct in.xyz gone/out.ply").code, 3) << "no such folder";
+    const std::string tooLong = std::string(300, 'x') + ".ply"; // the system does not even look for it
+    EXPECT_EQ(zan("reconstruct in.xyz " + tooLong).code, 3) << "no possible output";
+    EXPECT_EQ(zan("info " + tooLong).code, 3) << "no possible input";
     EXPECT_EQ(zan("reconstruct in.xyz out.ply --spacing 1e-9").code, 4) << "too fine for the grid";
     EXPECT_FALSE(std::filesystem::exists(dir.file("out.ply")));
 }

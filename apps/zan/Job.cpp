@@ -26,7 +26,9 @@ LibraryMessages::Show shownMessages(const RunOptions& options)
 // Only who sits in front of a terminal can be asked.
 void confirmReplacing(const std::string& name)
 {
-    if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0 || !std::filesystem::is_regular_file(name))
+    std::error_code none; // OutputFile tells
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0 ||
+        !std::filesystem::is_regular_file(name, none))
         return;
     std::cerr << "'" << name << "' exists. Replace it? [y/N] " << std::flush;
     std::string answer;

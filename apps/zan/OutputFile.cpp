@@ -34,11 +34,15 @@ fs::path behindLinks(const std::string& name)
 OutputFile::OutputFile(const std::string& wantedName)
     : name(wantedName), target(behindLinks(wantedName).string())
 {
-    if (fs::is_directory(target))
+    std::error_code error; // of a folder that nobody may look into, for one
+    const fs::file_status status = fs::status(target, error);
+    if (!fs::status_known(status))
+        failToWrite(name, error.value());
+    if (fs::is_directory(status))
         failToWrite(name, EISDIR);
-    if (fs::exists(target) && !fs::is_regular_file(target))
+    if (fs::exists(status) && !fs::is_regular_file(status))
         throw CommandError(ExitCode::FileTrouble, "'" + name + "' is no ordinary file. Name one.");
-    if (fs::exists(target) && access(target.c_str(), W_OK) != 0)
+    if (fs::exists(status) && access(target.c_str(), W_OK) != 0)
         failToWrite(name, errno);
 
     const fs::path wanted(target);

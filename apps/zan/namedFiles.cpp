@@ -50,7 +50,8 @@ void checkCloudName(const std::string& name)
 
 void checkReadable(const std::string& name)
 {
-    if (std::filesystem::is_directory(name))
+    std::error_code none; // the attempt to open it tells better what is wrong
+    if (std::filesystem::is_directory(name, none))
         throw CommandError(ExitCode::FileTrouble, "'" + name + "' is a folder. Name a file in it.");
     errno = 0;
     if (!std::ifstream(name))
