@@ -13,8 +13,6 @@ namespace TESK_ZAN
 namespace
 {
 
-constexpr double GENTLE_COS = 0.9396926207859084; // of a turn by 20 degrees
-constexpr double MAX_SHIFT_CELLS = 0.1;
 constexpr size_t MAX_TRIANGLES = 32; // a hub is left alone
 
 // A null vector if the triangle has no area.
@@ -26,6 +24,11 @@ Vector3 normalOf(const std::array<const Point3*, 3>& corners)
     const double len = cross.length();
     const Vector3 normal = len > 0.0 ? cross / len : Vector3();
     return normal.isNV() ? normal : Vector3();
+}
+
+std::array<const Point3*, 3> cornersOf(const RTriangle& triangle)
+{
+    return {triangle.getCorner(0), triangle.getCorner(1), triangle.getCorner(2)};
 }
 
 // The triangle of the set that has a side in this direction; the number of triangles if there is none.
@@ -40,12 +43,32 @@ size_t findSide(const std::vector<std::array<const Point3*, 3>>& vCorners, const
     return i;
 }
 
-// The distance between the lines p0-p1 and q0-q1; that of the planes through both if they are not parallel.
-double lineDistance(const Point3& p0, const Point3& p1, const Point3& q0, const Point3& q1)
+// The distance to the nearest of some triangles.
+double distanceToAny(const std::vector<std::array<const Point3*, 3>>& vCorners, const Point3& p)
 {
-    const Vector3 across = crossProd(p1 - p0, q1 - q0);
-    const double len = across.length();
-    return len > 0.0 ? std::fabs((q0 - p0) * across) / len : INFINITY;
+    double least = INFINITY;
+    for (const auto& corners : vCorners)
+        least = std::min(least, distanceToTriangle(*corners[0], *corners[1], *corners[2], p));
+    return least;
+}
+
+Point3 middleOf(const Point3& p0, const Point3& p1)
+{
+    return p0 + 0.5 * (p1 - p0);
+}
+
+// Where two edges pass each other: of each, the point nearest to the line of the other. The middles if they
+// are parallel.
+std::pair<Point3, Point3> nearestPoints(const Point3& p0, const Point3& p1, const Point3& q0,
+                                        const Point3& q1)
+{
+    const Vector3 p = p1 - p0, q = q1 - q0, across = crossProd(p, q);
+    const double sqLen = across * across;
+    if (!(sqLen > 0.0))
+        return {middleOf(p0, p1), middleOf(q0, q1)};
+    const double s = std::clamp(crossProd(q0 - p0, q) * across / sqLen, 0.0, 1.0);
+    const double t = std::clamp(crossProd(q0 - p0, p) * across / sqLen, 0.0, 1.0);
+    return {p0 + s * p, q0 + t * q};
 }
 
 } // namespace
@@ -65,28 +88,30 @@ bool Shape::isClearlyBetterThan(const Shape& other) const
                                       : leastAngleCos < other.leastAngleCos - CLEARLY;
 }
 
-bool LocalChanger::improves(const LocalChange& change, Shape& after)
+bool LocalChanger::improves(const LocalChange& change, const Allowance& allowance, Shape& after)
 {
     Shape before;
-    double moved = 0.0;
-    return foresee(change, before, after, moved) && moved <= MAX_SHIFT_CELLS * mesh.getCellSize() &&
+    double shift = 0.0;
+    return foresee(change, before, after, shift) && shift <= allowance.shiftCells * mesh.getCellSize() &&
            after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
-           after.sharpestCos >= std::min(before.sharpestCos, GENTLE_COS);
+           after.sharpestCos >= std::min(before.sharpestCos, allowance.turnCos);
 }
 
-bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& after, double& moved)
+bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& after, double& shift)
 {
     vOldT.clear();
-    vOld.clear();
     vNew.clear();
+    vGoing.clear();
+    vComing.clear();
     if (!(change.pSrc == nullptr ? planFlip(*change.pRE) : planCollapse(*change.pRE, change.pSrc)))
         return false;
+    vOld.clear();
     for (const RTriangle* pRT : vOldT)
-        vOld.push_back({pRT->getCorner(0), pRT->getCorner(1), pRT->getCorner(2)});
+        vOld.push_back(cornersOf(*pRT));
     collectRim();
     before = shapeOf(vOld);
     after = shapeOf(vNew);
-    moved = shift;
+    shift = getShift();
     return true;
 }
 
@@ -104,7 +129,9 @@ bool LocalChanger::planFlip(const REdge& edge)
         return false;
     vOldT = {pT0, pT1};
     vNew = {{p0, p1, px}, {p0, px, p2}};
-    shift = lineDistance(*p1, *p2, *p0, *px);
+    const auto [going, coming] = nearestPoints(*p1, *p2, *p0, *px);
+    vGoing = {going};
+    vComing = {coming};
     return true;
 }
 
@@ -114,13 +141,13 @@ bool LocalChanger::planCollapse(const REdge& edge, const Point3* pSrc)
     mesh.getIncidentT(pSrc, vOldT);
     if (vOldT.size() > MAX_TRIANGLES || !mayVanish(edge, pSrc))
         return false;
-    shift = 0.0;
+    vGoing = {*pSrc};
     for (const RTriangle* pRT : vOldT) {
         if (pRT->has(pTrg))
             continue;
         const int ici = pRT->getICI(pSrc);
         vNew.push_back({pTrg, pRT->getCorner(nextIndex3(ici)), pRT->getCorner(prevIndex3(ici))});
-        shift = std::max(shift, std::fabs(normalOf(vNew.back()) * (*pSrc - *pTrg)));
+        vComing.push_back(middleOf(*pTrg, *vNew.back()[1]));
     }
     return true;
 }
@@ -139,15 +166,29 @@ bool LocalChanger::mayVanish(const REdge& edge, const Point3* pSrc) const
 void LocalChanger::collectRim()
 {
     vRim.clear();
+    vAround.clear();
     for (const RTriangle* pRT : vOldT)
         for (int ici = 0; ici < 3; ++ici) {
             RTriangle* pNeig = pRT->getRE(ici)->getOtherT(pRT);
             if (pNeig != nullptr && std::find(vOldT.begin(), vOldT.end(), pNeig) != vOldT.end())
                 continue;
+            if (pNeig != nullptr)
+                vAround.push_back(cornersOf(*pNeig));
             bool bOK = false;
             vRim.push_back({pRT->getCorner(nextIndex3(ici)), pRT->getCorner(prevIndex3(ici)),
                             pNeig == nullptr ? Vector3() : pNeig->getNNV(bOK)});
         }
+}
+
+// The triangles around count on both sides: what comes out of a fold may come to lie on them.
+double LocalChanger::getShift() const
+{
+    double shift = 0.0;
+    for (const Point3& p : vGoing)
+        shift = std::max(shift, std::min(distanceToAny(vNew, p), distanceToAny(vAround, p)));
+    for (const Point3& p : vComing)
+        shift = std::max(shift, std::min(distanceToAny(vOld, p), distanceToAny(vAround, p)));
+    return shift;
 }
 
 Shape LocalChanger::shapeOf(const std::vector<Corners>& vCorners)

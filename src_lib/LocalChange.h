@@ -4,6 +4,7 @@
 // step itself.
 #pragma once
 
+#include "Point3.h"
 #include "Vector3.h"
 
 #include <array>
@@ -12,7 +13,6 @@
 namespace TESK_ZAN
 {
 
-class Point3;
 class REdge;
 class RMesh;
 class RTriangle;
@@ -33,6 +33,12 @@ struct LocalChange {
     Point3* pSrc = nullptr;
 };
 
+// How far a change may go for better triangles.
+struct Allowance {
+    double shiftCells = 0.1;             // how far the surface may move
+    double turnCos = 0.9396926207859084; // 20 degrees: no turn gets sharper than this or the sharpest now
+};
+
 // Judges changes of a mesh that is two-manifold and oriented, and makes them. Nothing it allows opens or
 // closes a border, joins or parts anything, or takes a vertex off a border; no vertex moves.
 class LocalChanger
@@ -40,13 +46,15 @@ class LocalChanger
 public:
     explicit LocalChanger(RMesh& mesh_) : mesh(mesh_) {}
 
-    // True if the change is possible and makes the triangles concerned clearly better, no turn gets sharper
-    // than the sharpest now or 20 degrees, and the surface moves by a tenth of a cell at most. after: what
-    // they would look like. O(square of the triangles concerned, which are few: hubs are refused).
-    bool improves(const LocalChange& change, Shape& after);
+    // True if the change is possible, makes the triangles concerned clearly better and stays within the
+    // allowance. after: what they would look like. O(square of the triangles concerned, which are few: hubs
+    // are refused).
+    bool improves(const LocalChange& change, const Allowance& allowance, Shape& after);
 
     // False if the change is impossible: it would open or close a border, or join or part something. before,
-    // after: the triangles concerned. shift: by how much the surface moves, in units of the input.
+    // after: the triangles concerned. shift: how far the surface moves, in units of the input: the vertex
+    // that goes and the middles of the edges that come, or for a flip where the diagonals pass each other,
+    // each to the other surface.
     bool foresee(const LocalChange& change, Shape& before, Shape& after, double& shift);
 
     // Makes a change that one of the two has allowed; the mesh must not have changed since. vNewT: replaced
@@ -67,15 +75,17 @@ private:
     bool planCollapse(const REdge& edge, const Point3* pSrc);
     bool mayVanish(const REdge& edge, const Point3* pSrc) const;
     void collectRim();
+    double getShift() const;
     Shape shapeOf(const std::vector<Corners>& vCorners);
     Vector3 rimNormal(const Point3* pFrom, const Point3* pTo) const;
 
     RMesh& mesh;
-    double shift = 0.0;            // how far the surface moves, in units of the input
     std::vector<RTriangle*> vOldT; // what the planned change takes away, and what it brings
     std::vector<Corners> vOld;
     std::vector<Corners> vNew;
+    std::vector<Point3> vGoing, vComing; // on the old and the new surface, where it moves furthest
     std::vector<RimSide> vRim;
+    std::vector<Corners> vAround; // the triangles over the rim
     std::vector<Vector3> vNormal; // of the triangles whose shape is looked at
 };
 

@@ -173,7 +173,7 @@ bool EdgeSharpener::mend(Point3* pVtx)
     BestChange best;
     const auto consider = [&](const LocalChange& change) {
         Shape after;
-        if (changer.improves(change, after))
+        if (changer.improves(change, Allowance{}, after))
             best.consider(change, after);
     };
     std::vector<REdge*> vRE;

@@ -101,6 +101,27 @@ double distanceToEdge(const Point3& p0, const Point3& p1, const Point3& q)
     return std::sqrt(std::min({sqDistance(q, foot), sqDistance(q, p0), sqDistance(q, p1)}));
 }
 
+double distanceToSegment(const Point3& p0, const Point3& p1, const Point3& q)
+{
+    const Vector3 side = p1 - p0;
+    const double sqLen = side * side;
+    const double t = sqLen > 0.0 ? std::clamp((q - p0) * side / sqLen, 0.0, 1.0) : 0.0;
+    return (q - (p0 + t * side)).length();
+}
+
+double distanceToTriangle(const Point3& p0, const Point3& p1, const Point3& p2, const Point3& q)
+{
+    const Vector3 normal = crossProd(p1 - p0, p2 - p0);
+    const bool bOverIt = crossProd(p1 - p0, q - p0) * normal >= 0.0 &&
+                         crossProd(p2 - p1, q - p1) * normal >= 0.0 &&
+                         crossProd(p0 - p2, q - p2) * normal >= 0.0;
+    const double len = normal.length();
+    if (bOverIt && len > 0.0)
+        return std::fabs((q - p0) * normal) / len;
+    return std::min(
+        {distanceToSegment(p0, p1, q), distanceToSegment(p1, p2, q), distanceToSegment(p2, p0, q)});
+}
+
 // ---- areas and volumes
 
 double computeArea(double len0, double len1, double len2)

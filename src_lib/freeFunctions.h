@@ -40,6 +40,11 @@ Point3 getFootPoint3D(const Point3& p0, const Point3& p1, const Point3& q);
 // The smallest of the distances from q to that foot, to p0 and to p1; p0 and p1 must differ.
 double distanceToEdge(const Point3& p0, const Point3& p1, const Point3& q);
 
+// The distance from q to the nearest point between p0 and p1, of the triangle. Corners may lie on a line or
+// coincide.
+double distanceToSegment(const Point3& p0, const Point3& p1, const Point3& q);
+double distanceToTriangle(const Point3& p0, const Point3& p1, const Point3& p2, const Point3& q);
+
 // Triangle areas. By Heron's rule from three edge lengths: flat and impossible triangles give 0.0, clearly
 // impossible ones with a warning; lengths that make no number are a warning and a failed condition.
 double computeArea(double len0, double len1, double len2);

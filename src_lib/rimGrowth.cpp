@@ -102,14 +102,6 @@ void forEachNear(const CodeList<T>& vList, const LatticeCell& c, F f)
         }
 }
 
-double distanceToSegment(const Point3& a, const Point3& b, const Point3& p)
-{
-    const Vector3 ab = b - a, ap = p - a;
-    const double t = (ab * ap) / (ab * ab);
-    const Vector3 offset = t <= 0.0 ? ap : t >= 1.0 ? p - b : ap - t * ab;
-    return offset.length();
-}
-
 // A rim edge and the point that is to be the tip over it.
 struct Growth {
     REdge* pRE = nullptr; // null: none

@@ -16,10 +16,11 @@ struct ShapeReport {
 };
 
 // Mends triangles with an angle below 10 degrees and folds (the surface turns by more than 150 degrees across
-// an edge): flips an edge of the triangle, or collapses its shortest edge onto one endpoint, whichever leaves
-// the better triangles, the worst triangle first. As LocalChanger allows it: vertices stay where they are,
-// the surface moves by a tenth of a cell at most, borders, components and holes stay. What cannot be mended
-// so stays. The mesh must be two-manifold and oriented, and is so afterwards. Its patches are invalid then.
+// an edge): flips an edge of the triangle or collapses one onto an endpoint, whichever leaves the better
+// triangles, the worst triangle first. As LocalChanger allows it: vertices stay where they are, borders,
+// components and holes stay. First the surface may move by a tenth of a cell, then, for what is left, by
+// more, up to half a cell: in noise it is known no better. What cannot be mended so stays. The mesh must be
+// two-manifold and oriented, and is so afterwards. Its patches are invalid then.
 //
 // One parallel pass over all triangles, then n log n in the number of bad ones. Extension of 1.17.
 //

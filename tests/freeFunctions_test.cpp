@@ -130,6 +130,25 @@ TEST(FootPoint, LiesOnTheInfiniteLineAndIsNotClamped)
     }
 }
 
+// Against the nearest of many points on the triangle.
+TEST(DistanceToTriangle, IsThatToTheInsideASideOrACornerAndFlatTrianglesHaveOneToo)
+{
+    Random random(6);
+    constexpr int STEPS = 60;
+    for (int i = 0; i < 100; ++i) {
+        const Point3 a = randomPoint(random), b = randomPoint(random), q = randomPoint(random);
+        const Point3 c = i % 4 == 0 ? a + 0.3 * (b - a) : i % 4 == 1 ? a : randomPoint(random);
+        double least = INFINITY;
+        for (int u = 0; u <= STEPS; ++u)
+            for (int v = 0; u + v <= STEPS; ++v)
+                least = std::min(least, (q - (a + u * (b - a) / STEPS + v * (c - a) / STEPS)).length());
+        const double step = std::max({(b - a).length(), (c - a).length(), (c - b).length()}) / STEPS;
+        const double distance = distanceToTriangle(a, b, c, q);
+        EXPECT_LE(distance, least + 1e-12);
+        EXPECT_GE(distance, least - step);
+    }
+}
+
 TEST(FootPoint, NearPointsGiveTheFirstAndEqualPointsFail)
 {
     CapturedMessages messages;
