@@ -55,8 +55,10 @@ void callOne(ByteSource& source, const std::shared_ptr<Mesh>& pMesh)
     case 6:
     case 7:
     case 8:
-    case 9:
         return laplacianSmoothing(pMesh, source.below(5) - 1);
+    case 9:
+        require(repairShapes(pMesh) >= 0, "a number of steps");
+        return;
     case 10: // as the annealing, and more so
         if (pMesh->getNumT() <= 40)
             require(closeHoles(pMesh, source.oneOf(MAX_EDGES)) >= 0, "a number of holes");

@@ -81,6 +81,12 @@ double leastAngleCos(const Point3& a, const Point3& b, const Point3& c)
     return product > 0.0 && aSqLen[0] > 0.0 ? (aSqLen[1] + aSqLen[2] - aSqLen[0]) / (2.0 * product) : 1.0;
 }
 
+bool isRegular(const REdge& edge)
+{
+    RTriangle *pT0 = nullptr, *pT1 = nullptr;
+    return edge.getAdjT(pT0, pT1, true) && !pT0->needFlip(pT1);
+}
+
 bool Shape::isClearlyBetterThan(const Shape& other) const
 {
     constexpr double CLEARLY = 0.002; // between 10 and 11 degrees lies 0.0032
@@ -118,7 +124,7 @@ bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& afte
 bool LocalChanger::planFlip(const REdge& edge)
 {
     RTriangle *pT0 = nullptr, *pT1 = nullptr;
-    if (!edge.getAdjT(pT0, pT1, true))
+    if (!isRegular(edge) || !edge.getAdjT(pT0, pT1, true))
         return false;
     const int ici = pT0->getICI(edge.getVtx0(), edge.getVtx1());
     const Point3* p0 = pT0->getCorner(ici);
@@ -152,15 +158,21 @@ bool LocalChanger::planCollapse(const REdge& edge, const Point3* pSrc)
     return true;
 }
 
-// The vertex lies inside the surface, and the edge is all that it and the other endpoint have in common.
+// The vertex lies inside the surface, with a single fan around it, and the edge is all that it and the other
+// endpoint have in common.
 bool LocalChanger::mayVanish(const REdge& edge, const Point3* pSrc) const
 {
     const Point3* pTrg = edge.getOtherPoint(pSrc);
-    for (const RTriangle* pRT : vOldT)
-        for (int ici = 0; ici < 3; ++ici)
-            if (pRT->getCorner(ici) != pSrc && pRT->getRE(ici)->getDegree() != 2)
-                return false;
-    return !MovingFan(mesh, pSrc).isPinchedBy(mesh, pTrg);
+    size_t numInFan = 0;
+    const RTriangle* pRT = vOldT.front();
+    do { // over regular edges every walk comes back
+        const REdge* pRE = pRT->getRE(nextIndex3(pRT->getICI(pSrc)));
+        if (!isRegular(*pRE))
+            return false;
+        pRT = pRE->getOtherT(pRT);
+        ++numInFan;
+    } while (pRT != vOldT.front());
+    return numInFan == vOldT.size() && !MovingFan(mesh, pSrc).isPinchedBy(mesh, pTrg);
 }
 
 void LocalChanger::collectRim()

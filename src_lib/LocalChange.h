@@ -39,8 +39,13 @@ struct Allowance {
     double turnCos = 0.9396926207859084; // 20 degrees: no turn gets sharper than this or the sharpest now
 };
 
-// Judges changes of a mesh that is two-manifold and oriented, and makes them. Nothing it allows opens or
-// closes a border, joins or parts anything, or takes a vertex off a border; no vertex moves.
+// The edge has two triangles, which run along it in opposite directions.
+bool isRegular(const REdge& edge);
+
+// Judges changes of a mesh, and makes them. Nothing it allows opens or closes a border, joins or parts
+// anything, or takes a vertex off a border; no vertex moves. Where the mesh is not two-manifold or not
+// oriented, nothing changes: flips are of regular edges, and a vertex that goes has regular edges only, and
+// one fan.
 class LocalChanger
 {
 public:

@@ -99,6 +99,12 @@ const std::vector<PhaseWeight>& sharpenEdgesPhases()
     return vPhases;
 }
 
+const std::vector<PhaseWeight>& repairShapesPhases()
+{
+    static const std::vector<PhaseWeight> vPhases = {{"RM_shapes", 10}};
+    return vPhases;
+}
+
 const std::vector<PhaseWeight>& meshFromTrianglesPhases()
 {
     static const std::vector<PhaseWeight> vPhases = {{"RM_smVtx", 5}, {"RM_smT", 10}};

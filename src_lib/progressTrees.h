@@ -24,6 +24,7 @@ const std::vector<PhaseWeight>& edgeFlipsSimAPhases();
 const std::vector<PhaseWeight>& reducePhases();
 const std::vector<PhaseWeight>& closeHolesPhases();
 const std::vector<PhaseWeight>& sharpenEdgesPhases();
+const std::vector<PhaseWeight>& repairShapesPhases();
 const std::vector<PhaseWeight>& meshFromTrianglesPhases();
 std::vector<PhaseWeight> smoothingPhases(int numIterations); // at most MAX_SMOOTHING_PHASES for the rounds
 

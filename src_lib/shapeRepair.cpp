@@ -27,10 +27,12 @@ double leastAngleCos(const RTriangle& triangle)
     return leastAngleCos(*triangle.getCorner(0), *triangle.getCorner(1), *triangle.getCorner(2));
 }
 
-// Reads cached normals.
-bool isFold(const RTriangle& t0, const RTriangle& t1)
+// Of a regular edge. Reads cached normals.
+bool isFold(const REdge& edge)
 {
-    return t0.getCachedNNV() * t1.getCachedNNV() < FOLD_COS;
+    RTriangle *pT0 = nullptr, *pT1 = nullptr;
+    return edge.getAdjT(pT0, pT1, true) && pT0->getCachedNNV() * pT1->getCachedNNV() < FOLD_COS &&
+           isRegular(edge);
 }
 
 // The cosine of the least angle, and 2 more for each fold.
@@ -38,10 +40,8 @@ double badnessOf(const RTriangle& triangle)
 {
     constexpr double PER_FOLD = 2.0;
     double badness = leastAngleCos(triangle);
-    for (int ici = 0; ici < 3; ++ici) {
-        const RTriangle* pNeig = triangle.getRE(ici)->getOtherT(&triangle);
-        badness += pNeig != nullptr && isFold(triangle, *pNeig) ? PER_FOLD : 0.0;
-    }
+    for (int ici = 0; ici < 3; ++ici)
+        badness += isFold(*triangle.getRE(ici)) ? PER_FOLD : 0.0;
     return badness;
 }
 
@@ -66,9 +66,8 @@ std::vector<char> findFolds(const std::vector<REdge*>& vRE)
 {
     std::vector<char> vFold(vRE.size(), 0);
     forRangeMT(vRE.size(), [&](size_t begin, size_t end) {
-        RTriangle *pT0 = nullptr, *pT1 = nullptr;
         for (size_t i = begin; i < end; ++i)
-            vFold[i] = vRE[i]->getAdjT(pT0, pT1, true) && isFold(*pT0, *pT1) ? 1 : 0;
+            vFold[i] = isFold(*vRE[i]) ? 1 : 0;
     });
     return vFold;
 }

@@ -1,4 +1,4 @@
-// Subsystem: real mesh. Builds on: LocalChange, sortMT. Used by: Hal.
+// Subsystem: real mesh. Builds on: LocalChange, sortMT. Used by: Hal, zan_api_functions.
 // Takes needles, caps and folds out of a finished mesh.
 #pragma once
 
@@ -19,8 +19,8 @@ struct ShapeReport {
 // an edge): flips an edge of the triangle or collapses one onto an endpoint, whichever leaves the better
 // triangles, the worst triangle first. As LocalChanger allows it: vertices stay where they are, borders,
 // components and holes stay. First the surface may move by a tenth of a cell, then, for what is left, by
-// more, up to half a cell: in noise it is known no better. What cannot be mended so stays. The mesh must be
-// two-manifold and oriented, and is so afterwards. Its patches are invalid then.
+// more, up to half a cell: in noise it is known no better. What cannot be mended so stays, and so do places
+// where the mesh is not two-manifold or not oriented. Its patches are invalid then.
 //
 // One parallel pass over all triangles, then n log n in the number of bad ones. Extension of 1.17.
 //

@@ -13,6 +13,7 @@
 #include "numberText.h"
 #include "progressTrees.h"
 #include "sampleScan.h"
+#include "shapeRepair.h"
 #include "soupMesh.h"
 #include "zanAssert.h"
 
@@ -234,6 +235,21 @@ int sharpenEdges(std::shared_ptr<Mesh> pMesh, double featureAngle)
     pMesh->getRMesh()->colorizeFilledHoles();
     tree.finish();
     return static_cast<int>(numAdded);
+}
+
+int repairShapes(std::shared_ptr<Mesh> pMesh)
+{
+    if (pMesh == nullptr) {
+        ZAN_WARNING("no mesh");
+        return 0;
+    }
+    ProgressTree tree("RepairShapes", repairShapesPhases());
+    Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_shapes", 2);
+    pProgress->tick();
+    const ShapeReport report = repairShapes(*pMesh->getRMesh());
+    pProgress->finish(true);
+    tree.finish();
+    return static_cast<int>(report.numFlips + report.numCollapses);
 }
 
 void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations)

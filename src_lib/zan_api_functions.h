@@ -127,6 +127,14 @@ ZAN_EXPORT int reduce(std::shared_ptr<Mesh> pMesh, double maxLen, double maxAngl
 // what became flat by that. Shrinks the surface a little each time. 0 or less moves nothing.
 ZAN_EXPORT void laplacianSmoothing(std::shared_ptr<Mesh> pMesh, int numIterations);
 
+// Mends the shape of the triangles: those with an angle below 10 degrees, and folds, where the surface turns
+// back on itself by more than 150 degrees over an edge. An edge of theirs turns or collapses; vertices keep
+// their places or vanish, and the surface moves by half a cell at the very most. Borders, components, holes
+// and handles stay, and so does what cannot be mended so. Returns how many steps that took. A reconstruction
+// and a melt end with it; call it after laplacianSmoothing, under which triangles become flat or turn over.
+// An extension of version 1.17. Less time than edgeFlips.
+ZAN_EXPORT int repairShapes(std::shared_ptr<Mesh> pMesh);
+
 // Closes the holes of the surface. Their triangles run like those around, their new vertices continue the
 // surface and its colours. Nothing else changes, but where the surface turns back on itself at a rim, some
 // triangles beside it are exchanged for others. The outer rim of an open surface is no hole and stays, as do

@@ -118,6 +118,7 @@ TEST_F(Cancelling, CallsThatChangeAMesh)
     cancelEverywhere(changing([](auto pMesh) { edgeFlipsSimA(pMesh); }));
     cancelEverywhere(changing([](auto pMesh) { reduce(pMesh, 1.0, 20.0); }));
     cancelEverywhere(changing([](auto pMesh) { laplacianSmoothing(pMesh, 4); }));
+    cancelEverywhere(changing([](auto pMesh) { repairShapes(pMesh); }));
     cancelEverywhere(changing([](auto pMesh) { closeHoles(pMesh, 0); }));
     cancelEverywhere(changing([](auto pMesh) { sharpenEdges(pMesh, 40.0); }));
 }

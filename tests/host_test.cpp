@@ -153,6 +153,35 @@ TEST_F(Host, SharpEdgesComeBackColouredAndHeardOf)
     EXPECT_EQ(sharpenEdges(nullptr, 40.0), 0);
 }
 
+TEST_F(Host, ShapesAreMendedAfterSmoothingAndVerticesStayWhereTheyAre)
+{
+    std::vector<Point3> vRough = colouredSphere(5000);
+    for (size_t i = 0; i < vRough.size(); ++i) {
+        const double factor = 1.0 + 0.02 * std::sin(12.9898 * double(i));
+        vRough[i].set(factor * vRough[i].x(), factor * vRough[i].y(), factor * vRough[i].z());
+    }
+    const auto pMesh = reconstruct_auto(vRough, 1.0, 3);
+    ASSERT_NE(pMesh, nullptr);
+    laplacianSmoothing(pMesh, 1);
+    std::vector<Point3*> vPoints;
+    pMesh->getPoints(vPoints);
+    std::set<Point3> sBefore;
+    for (const Point3* p : vPoints)
+        sBefore.insert(*p);
+    Listener listener;
+    subscribe(&listener);
+    EXPECT_GT(repairShapes(pMesh), 10);
+    EXPECT_EQ(listener.names, std::set<std::string>{"RepairShapes"});
+    EXPECT_EQ(listener.last, 1.0);
+    vPoints.clear();
+    pMesh->getPoints(vPoints);
+    EXPECT_GT(vPoints.size(), sBefore.size() * 95 / 100);
+    EXPECT_TRUE(
+        std::all_of(vPoints.begin(), vPoints.end(), [&](const Point3* p) { return sBefore.count(*p) > 0; }));
+    EXPECT_EQ(repairShapes(pMesh), 0);
+    EXPECT_EQ(repairShapes(nullptr), 0);
+}
+
 TEST_F(Host, TrianglesBecomeAMeshThatCanBeImproved)
 {
     Listener listener;

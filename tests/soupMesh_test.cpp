@@ -134,6 +134,7 @@ TEST(soupMesh, ServesEveryCallOnFinishedMeshesHoweverBadItIs)
         check("edgeFlipsSimA", [](auto pMesh) { edgeFlipsSimA(pMesh); });
         check("reduce", [](auto pMesh) { reduce(pMesh, 2.0, 40.0); });
         check("laplacianSmoothing", [](auto pMesh) { laplacianSmoothing(pMesh, 3); });
+        check("repairShapes", [](auto pMesh) { repairShapes(pMesh); });
         check("closeHoles", [](auto pMesh) { closeHoles(pMesh, 0); });
         check("colours", [](auto pMesh) {
             pMesh->colorizeFilledHoles();

@@ -88,7 +88,11 @@ void addFinishingOptions(CLI::App& command, FinishingOptions& options)
         .add_flag("--anneal", options.bAnneal,
                   "Straighten edges by simulated annealing; takes longer than the rest")
         ->group(GROUP);
-    command.add_option("--smooth", options.numSmooth, "Rounds of Laplacian smoothing; borders stay")
+    command
+        .add_option(
+            "--smooth", options.numSmooth,
+            "Rounds of Laplacian smoothing, then triangles that got flat or turned over by it are mended; "
+            "borders stay")
         ->type_name("N")
         ->check(CLI::Range(0, MAX_ROUNDS))
         ->capture_default_str()
@@ -142,6 +146,7 @@ void finishMesh(const FinishingOptions& options, const std::shared_ptr<Mesh>& pM
     if (options.numSmooth > 0) {
         job.begin("smoothing");
         laplacianSmoothing(pMesh, options.numSmooth);
+        repairShapes(pMesh); // vertices have moved, their edges have not
         report.add("smoothed", std::to_string(options.numSmooth) + " rounds", options.numSmooth);
     }
     if (options.oSharpenAngle) {

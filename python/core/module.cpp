@@ -192,6 +192,10 @@ void addMesh(py::module_& core)
                  handle.change(progress,
                                [&](const MeshPtr& pMesh) { laplacianSmoothing(pMesh, numIterations); });
              })
+        .def("repair_shapes",
+             [](MeshHandle& handle, const py::object& progress) {
+                 return handle.change(progress, [](const MeshPtr& pMesh) { return repairShapes(pMesh); });
+             })
         .def("close_holes",
              [](MeshHandle& handle, int maxEdges, const py::object& progress) {
                  return handle.change(progress,

@@ -182,6 +182,15 @@ def test_sharp_edges_are_given_back():
     assert mesh.sharpen_edges() == 0
 
 
+def test_shapes_that_smoothing_spoils_are_mended_and_vertices_keep_their_places():
+    mesh = zan.reconstruct(shapes.sphere(5000) * (1 + 0.02 * np.sin(12.9898 * np.arange(5000)))[:, None])
+    mesh.smooth()
+    vertices = shapes.rows(mesh.vertices)
+    assert mesh.repair_shapes() > 10
+    assert shapes.rows(mesh.vertices) < vertices
+    assert mesh.repair_shapes() == 0
+
+
 def test_flips_keep_the_vertices_and_reduction_a_part_of_them(cloud):
     mesh = zan.reconstruct(cloud.points, fill_size=2)  # between points of different colours nothing collapses
     vertices = shapes.rows(mesh.vertices)

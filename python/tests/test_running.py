@@ -33,6 +33,7 @@ def run_all(points, mesh, progress):
         "anneal": lambda: mesh.anneal(progress=progress),
         "reduce": lambda: mesh.reduce(max_angle=5.0, progress=progress),
         "smooth": lambda: mesh.smooth(3, progress=progress),
+        "repair_shapes": lambda: mesh.repair_shapes(progress=progress),
         "close_holes": lambda: mesh.close_holes(progress=progress),
         "sharpen_edges": lambda: mesh.sharpen_edges(progress=progress),
     }

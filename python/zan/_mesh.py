@@ -137,8 +137,18 @@ class Mesh:
         return run(self._handle.reduce, length, angle, callable_or_none(progress))
 
     def smooth(self, num_iterations: int = 1, progress: Progress = None) -> None:
-        """Move every vertex that is not on a border to the mean of its neighbours, so many times."""
+        """Move every vertex that is not on a border to the mean of its neighbours, so many times.
+
+        Some triangles get flat or turn over by that: `repair_shapes` mends them.
+        """
         run(self._handle.smooth, whole(num_iterations, "num_iterations"), callable_or_none(progress))
+
+    def repair_shapes(self, progress: Progress = None) -> int:
+        """Mend triangles with an angle below 10 degrees and folds; returns how many steps that took.
+
+        Edges turn or collapse: vertices keep their places or vanish. `reconstruct` and `melt` have done this.
+        """
+        return run(self._handle.repair_shapes, callable_or_none(progress))
 
     def close_holes(self, max_edges: Optional[int] = None, progress: Progress = None) -> int:
         """Close holes with patches that continue the surface; returns how many were closed.
