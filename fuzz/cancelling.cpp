@@ -21,7 +21,7 @@ using Call = std::function<Points(std::shared_ptr<Mesh>& pMesh)>;
 
 Call decodeCall(ByteSource& source)
 {
-    constexpr int FINEST = 12;
+    constexpr int FINEST = 6;
     const int which = source.below(9);
     const int fillSize = decodeFillSize(source);
     if (which == 0) {

@@ -13,6 +13,7 @@ namespace
 
 constexpr int FINEST_CLOUD = 12;
 constexpr int FINEST_SOUP = 8;
+constexpr int FINEST_BRIDGED = 5;
 
 // Now and then the call is made a second time.
 void checkMeshRoad(const std::function<std::shared_ptr<Mesh>()>& road, bool bTwice)
@@ -77,14 +78,14 @@ namespace
 {
 
 struct SoupArguments {
-    explicit SoupArguments(ByteSource& source)
+    SoupArguments(ByteSource& source, int finest)
     {
         bTwice = isTwice(source);
         featureAngle = decodeAngle(source);
         const std::array<std::uint8_t, 3> spacingBytes{source.byte(), source.byte(), source.byte()};
         vCorners = decodeSoup(source);
         ByteSource spacingSource(spacingBytes);
-        spacing = decodeSpacing(spacingSource, vCorners, FINEST_SOUP);
+        spacing = decodeSpacing(spacingSource, vCorners, finest);
     }
 
     Points vCorners;
@@ -98,14 +99,14 @@ struct SoupArguments {
 void meltSoup(Bytes bytes)
 {
     ByteSource source(bytes);
-    SoupArguments a(source);
+    SoupArguments a(source, FINEST_SOUP);
     checkMeshRoad([&] { return melt(a.vCorners, a.spacing, a.featureAngle); }, a.bTwice);
 }
 
 void cloudOfSoup(Bytes bytes)
 {
     ByteSource source(bytes);
-    SoupArguments a(source);
+    SoupArguments a(source, FINEST_SOUP);
     checkPointRoad([&](Points& vResult) { toCloud(a.vCorners, a.spacing, a.featureAngle, vResult); },
                    a.bTwice);
 }
@@ -115,7 +116,7 @@ void bridgeSoup(Bytes bytes)
     constexpr std::array STEPS{1, 2, 3, 1, 5, 0, -1, 2};
     ByteSource source(bytes);
     const int growSteps = source.oneOf(STEPS);
-    SoupArguments a(source);
+    SoupArguments a(source, FINEST_BRIDGED);
     checkPointRoad(
         [&](Points& vResult) { fillGaps(a.vCorners, a.spacing, a.featureAngle, growSteps, vResult); },
         a.bTwice);
