@@ -1,4 +1,4 @@
-// Subsystem: grid. Builds on: Calc, sortMT. Used by: surplusStrips, Top.
+// Subsystem: grid. Builds on: Calc, sortMT. Used by: solidSheets, surplusStrips, Top.
 // The rooms that a set of cells parts space into.
 #pragma once
 

@@ -7,6 +7,7 @@
 #include "Progress.h"
 #include "RMesh.h"
 #include "RTop.h"
+#include "SoupBodies.h"
 #include "Top.h"
 #include "Voro.h"
 #include "gapBridging.h"
@@ -27,6 +28,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 #include <string>
 
 namespace TESK_ZAN
@@ -184,6 +186,12 @@ void Hal::extractSurface(void (Top::*runPasses)(Voro*))
     pCMesh.reset(voro.getCMesh());
     Top top(pCMesh.get(), pCalc);
     top.setInputBorders(vBorderCCD);
+    std::optional<SoupBodies> bodies;
+    top.setInsideVotes([this, &bodies](const std::vector<Point3>& vPlaces) {
+        if (!bodies)
+            bodies.emplace(pCldMgr->getInputPoints());
+        return bodies->countInsideVotes(vPlaces);
+    });
     (top.*runPasses)(&voro);
 }
 

@@ -1,5 +1,5 @@
-// Subsystem: mesh on codes. Builds on: the standard library. Used by: sideClues, RMesh, SeamSheets,
-// twistLines.
+// Subsystem: mesh on codes. Builds on: the standard library. Used by: sideClues, solidSheets, RMesh,
+// SeamSheets, twistLines, SoupBodies.
 // Groups of things with two sides, that grow by joining.
 #pragma once
 
@@ -27,6 +27,8 @@ public:
     {
         std::iota(vParent.begin(), vParent.end(), Index(0));
     }
+
+    std::size_t size() const { return vParent.size(); } // elements
 
     Root find(Index element)
     {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "definitions.h"
+#include "solidSheets.h"
 
 #include <map>
 #include <memory>
@@ -56,14 +57,17 @@ public:
     // The same for the patch of a hole, without the phase "TP_unif".
     void runInHole(Voro* pVoro);
 
-    // The passes of a melt: squares, second extraction twice, rims, pairs of sheets, strips between sheets
-    // that cross and the last word on pieces of sheets (extensions of 1.17), vertices that the mesh added,
-    // flat triangles, and no two vertices at one position. Of the vertices on the input only those move that
-    // lie in a flat triangle or with another one. Same phases.
+    // The passes of a melt: squares, then the sheets that bound bodies (extension of 1.17); of a soup that
+    // has no inside, second extraction twice, rims, pairs of sheets, strips between sheets that cross and the
+    // last word on pieces of sheets (extensions of 1.17), vertices that the mesh added, flat triangles, and
+    // no two vertices at one position. Of the vertices on the input only those move that lie in a flat
+    // triangle or with another one. Same phases.
     void runMelt(Voro* pVoro);
 
     // For runMelt: the cells where the input ends, ascending. There a border is no fault.
     void setInputBorders(const std::vector<u64>& vCCD_srt) { vInputBorderCCD = vCCD_srt; }
+    // For runMelt: tells what lies inside. Without it sheets are told from each other by what they look like.
+    void setInsideVotes(InsideVotes getVotes) { getInsideVotes = std::move(getVotes); }
 
     // --- rims, fins and the second extraction: Top_borders.cpp ---
 
@@ -211,6 +215,7 @@ private:
     bool killSmallMembranes();
     void integrateBorders(u64 maxTinyT);
     void finishOriented();
+    bool killSurplusOfSolids();
     void killSurplus();
     void finishMelt();
     void orientPatches();
@@ -223,6 +228,7 @@ private:
 
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
+    InsideVotes getInsideVotes;       // see setInsideVotes; may be empty
     std::vector<u64> vInputBorderCCD; // see setInputBorders
     std::vector<CTriangle*> vKilledT; // see updatePatches
     std::set<u64> sFeatureCCD;        // the vertices on feature chains

@@ -8,6 +8,7 @@
 #include "SheetChoice.h"
 #include "freeFunctions.h"
 #include "random.h"
+#include "solidSheets.h"
 #include "sortMT.h"
 #include "stageTrace.h"
 #include "surplusStrips.h"
@@ -125,6 +126,10 @@ void Top::runMelt(Voro* pVoro)
         pProgress->tick();
         pProgress->finish(true);
     }
+    if (killSurplusOfSolids()) {
+        finishMelt();
+        return;
+    }
     cbsComplete(pVoro);
     cbsComplete(pVoro); // the cells of the first one can complete further cubes
     integrateBorders(MAX_TINY_T_MELT);
@@ -137,6 +142,18 @@ void Top::runMelt(Voro* pVoro)
         choice.settle(vInputBorderCCD);
     }
     finishMelt();
+}
+
+// False if the bodies are not to be told from what lies between them; nothing is killed then.
+bool Top::killSurplusOfSolids()
+{
+    const StageTimer timer("TP_solids");
+    std::vector<CTriangle*> vSurplus;
+    if (!getInsideVotes || !getSurplusOfSolids(*pMesh, getInsideVotes, vSurplus))
+        return false;
+    for (CTriangle* pCT : vSurplus)
+        pCT->kill(pMesh);
+    return true;
 }
 
 // Each turn but the last has killed something. A strip that is gone can leave a pocket.

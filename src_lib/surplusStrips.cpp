@@ -1,5 +1,6 @@
 #include "surplusStrips.h"
 
+#include "Bearing.h"
 #include "CMesh.h"
 #include "CPatch.h"
 #include "Calc.h"
@@ -35,31 +36,6 @@ constexpr int MAX_SPLITS =
 constexpr std::size_t LEAK_PART = 4;   // of the looks into a room: with more from the wrong sides it leaks
 constexpr std::size_t LOOKS = 256;     // of a patch; with some more triangles each one counts for several
 constexpr double ONE_DIRECTION = 1e-6; // radians: triangles nearer to each other than this have no order
-
-// Directions around an edge as angles that grow counterclockwise for who looks against the edge.
-class Bearing
-{
-public:
-    Bearing(const Point3& origin_, const Point3& to) : origin(origin_)
-    {
-        const Vector3 axis = to - origin;
-        const std::array<double, 3> size{std::fabs(axis.x()), std::fabs(axis.y()), std::fabs(axis.z())};
-        const auto least = std::min_element(size.begin(), size.end()) - size.begin();
-        const Vector3 off(least == 0 ? 1.0 : 0.0, least == 1 ? 1.0 : 0.0, least == 2 ? 1.0 : 0.0);
-        right = normalize(crossProd(axis, off));
-        up = normalize(crossProd(axis, right));
-    }
-
-    double of(const Point3& p) const
-    {
-        const Vector3 v = p - origin;
-        return std::atan2(v * up, v * right);
-    }
-
-private:
-    Point3 origin;
-    Vector3 right, up;
-};
 
 // A triangle beside an edge.
 struct Spoke {

@@ -53,7 +53,8 @@ ZAN_EXPORT std::shared_ptr<Mesh> reconstruct_abs(std::vector<Point3>& vPoints, d
 // Makes a clean mesh of a triangle soup: overlaps, cracks below a cell, intersections, wrong windings and bad
 // triangles don't carry over. The surface is sampled, one point for each cell that it touches, and extracted
 // anew; sharp edges, corners and borders have their points exactly on them. What is closer than a cell melts
-// together.
+// together, and so do bodies that cross or touch. A shell within another one, wound the other way, is a
+// cavity.
 //   vCorners      three corners a triangle, not changed. Triangles with a corner that is not finite are left
 //                 out, and so are degenerate ones, each with a warning.
 //   spacingAbs    cell size in units of the input, above 0.

@@ -140,19 +140,32 @@ TEST_F(MeltTest, bodiesThatRunThroughEachOtherComeOutClosed)
     }
 }
 
-TEST_F(MeltTest, noPartOfThreeBodiesThatRunThroughEachOtherIsInsideOut)
+TEST_F(MeltTest, threeBodiesThatRunThroughEachOtherBecomeOne)
 {
     Soup bar = box(Point3(-0.2, -1, -0.4), Vector3(0.4, 2, 0.8));
     std::reverse(bar.begin(), bar.end());
     const Soup plate = box(Point3(-1, -0.6, -0.15), Vector3(2, 1.2, 0.3));
     const Soup bodies = together(together(plate, bar), prism(0.3, 0.9, 40));
-    for (const double spacing : {0.035, 0.039, 0.04, 0.044}) {
+    for (const double spacing : {0.019, 0.035, 0.039, 0.04, 0.044, 0.093}) {
         const IndexedMesh mesh = melted(bodies, spacing);
         EXPECT_TRUE(checkMesh(mesh).isClosedManifold()) << spacing;
-        // 1.32 where an odd number of bodies is, 1.53 where any is
-        EXPECT_GT(meshVolume(mesh), 1.25) << spacing;
-        EXPECT_LT(meshVolume(mesh), 1.6) << spacing;
+        EXPECT_NEAR(1.528, meshVolume(mesh), 0.02) << spacing;
     }
+}
+
+TEST_F(MeltTest, wallBetweenBodiesThatTouchGoesAndACavityStays)
+{
+    Soup cavity = box(Point3(5, 5, 5), Vector3(8, 8, 8), 20.0);
+    std::reverse(cavity.begin(), cavity.end());
+    const Soup touching =
+        together(box(Point3(0, 0, 0), Vector3(30, 20, 20)), box(Point3(30, 4, 4), Vector3(10, 10, 10)));
+    const IndexedMesh solid = melted(touching, 1.0);
+    EXPECT_TRUE(checkMesh(solid).isClosedManifold()) << toText(checkMesh(solid));
+    EXPECT_EQ(1u, checkMesh(solid).numComponents);
+    EXPECT_NEAR(13000.0, meshVolume(solid), 20.0);
+    const MeshReport hollow = checkMesh(melted(together(touching, cavity), 1.0));
+    EXPECT_TRUE(hollow.isClosedManifold() && hollow.isOriented()) << toText(hollow);
+    EXPECT_EQ(2u, hollow.numComponents) << toText(hollow);
 }
 
 TEST_F(MeltTest, wallsThinnerThanACellComeOutClosed)

@@ -1,0 +1,366 @@
+#include "solidSheets.h"
+
+#include "Bearing.h"
+#include "CMesh.h"
+#include "Calc.h"
+#include "FreeRooms.h"
+#include "SideForest.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <utility>
+
+namespace TESK_ZAN
+{
+
+namespace
+{
+
+using Index = SideForest::Index;
+
+constexpr Index NONE = UINT32_MAX;
+
+constexpr char INSIDE_FROM = 2;                   // of three votes
+constexpr std::size_t LOOKS = 64;                 // into a region: more would hardly change the kind
+constexpr double BESIDE_CELLS = 0.25;             // from a triangle, for a look into what lies beside it
+const Vector3 OFF_CENTRE(0.0173, 0.0239, 0.0311); // in cells: planes of parts often run through centres
+
+constexpr std::size_t CONTRADICTION_PART = 10; // of the looks: with more of the lesser kind nothing is closed
+constexpr std::size_t THIN_PART = 10; // of what bounds bodies: with more thin walls other passes decide
+constexpr int CLEAR_PERCENT = 70;     // what one kind has more than the other, of the looks into a region
+constexpr Index LARGE_REGION = 100;   // sides
+constexpr int UNCLEAR_TURNS = 4;      // a change can bring another one; nearly all are in the first turn
+
+// Wide is what has more triangles for each edge of its rim, and is no speck. A sheet that stands free with
+// more than this part of its rim is a wall even if it is narrow, unless it is tiny.
+constexpr Index MAX_SIZE_PER_RIM = 3;
+constexpr Index SPECK_SIZE = 20;
+constexpr Index RIM_PER_BORDER = 4;
+constexpr Index LEAST_FIN = 8;
+
+Point3 latticePlace(u64 ccd)
+{
+    return latticePoint(Calc::ccdToRCD(ccd));
+}
+
+std::vector<u64> cellsOf(const CMesh& mesh)
+{
+    std::vector<u64> vRCD;
+    vRCD.reserve(mesh.getBundles().size());
+    for (const auto& [ccd, pBundle] : mesh.getBundles())
+        vRCD.push_back(Calc::ccdToRCD(ccd));
+    return vRCD;
+}
+
+void join(SideForest& sets, Index a, Index b)
+{
+    const Index rootA = sets.find(a).index, rootB = sets.find(b).index;
+    if (rootA != rootB)
+        sets.attach(std::max(rootA, rootB), std::min(rootA, rootB), false);
+}
+
+// A triangle beside an edge.
+struct Spoke {
+    double bearing;
+    Index triangle;
+};
+
+// From a region into a free cell.
+struct Look {
+    Index region, room;
+    u64 rcd;
+};
+
+// Within the layer of cells.
+struct LookBeside {
+    Index region;
+    Point3 place;
+};
+
+// A set of triangles that hang together, by its first one.
+struct Sheet {
+    Index size = 0;   // triangles
+    Index rim = 0;    // sides of them at edges that are not regular
+    Index border = 0; // of these, at borders
+
+    bool isWall() const
+    {
+        return size > std::max(SPECK_SIZE, MAX_SIZE_PER_RIM * rim) ||
+               (size >= LEAST_FIN && RIM_PER_BORDER * border > rim);
+    }
+};
+
+// Triangle i has the sides 2 i, front, and 2 i + 1, back. A region is named by its first side.
+class Regions
+{
+public:
+    explicit Regions(const CMesh& mesh_)
+        : mesh(mesh_), cellSize(mesh.getCalc()->getCellSize()), rooms(cellsOf(mesh)),
+          vPlace(mesh.getT().size(), NONE)
+    {
+        mesh.getAliveT(vCT);
+        for (Index i = 0; i < vCT.size(); ++i)
+            vPlace[vCT[i]->getNumber()] = i;
+        findRegions();
+        lookIntoRooms();
+        lookBeside();
+    }
+
+    // One kind for each room, as most of the looks into it have it. False if too many have it otherwise.
+    bool decideRooms(const InsideVotes& getVotes)
+    {
+        std::vector<Point3> vPlaces;
+        vPlaces.reserve(vLooks.size());
+        for (const Look& look : vLooks)
+            vPlaces.push_back(mesh.getCalc()->getCellMid_RCD(look.rcd) + cellSize * OFF_CENTRE);
+        const std::vector<char> vVotes = getVotes(vPlaces);
+        std::vector<std::size_t> vIn(rooms.size(), 0), vOut(rooms.size(), 0);
+        for (std::size_t i = 0; i < vLooks.size(); ++i)
+            ++(vVotes[i] >= INSIDE_FROM ? vIn : vOut)[vLooks[i].room];
+        vRoomKind.assign(rooms.size(), 0);
+        std::size_t numContrary = vIn[FreeRooms::OUTSIDE];
+        for (std::size_t room = FreeRooms::OUTSIDE + 1; room < rooms.size(); ++room) {
+            vRoomKind[room] = vIn[room] > vOut[room] ? 1 : 0;
+            numContrary += std::min(vIn[room], vOut[room]);
+        }
+        return CONTRADICTION_PART * numContrary <= vLooks.size();
+    }
+
+    void decideRegions(const InsideVotes& getVotes)
+    {
+        std::vector<Point3> vPlaces;
+        vPlaces.reserve(vBeside.size());
+        for (const LookBeside& look : vBeside)
+            vPlaces.push_back(look.place);
+        const std::vector<char> vVotes = getVotes(vPlaces);
+        std::vector<int> vLead(vSize.size(), 0); // looks that found inside, less those that found outside
+        for (const Look& look : vLooks)
+            vLead[look.region] += vRoomKind[look.room] != 0 ? 1 : -1;
+        for (std::size_t i = 0; i < vBeside.size(); ++i)
+            vLead[vBeside[i].region] += vVotes[i] >= INSIDE_FROM ? 1 : -1;
+        vKind.resize(vLead.size());
+        std::transform(vLead.begin(), vLead.end(), vKind.begin(),
+                       [](int lead) { return static_cast<char>(lead > 0 ? 1 : 0); });
+        decideUnclear(vLead);
+    }
+
+    bool appendSurplus(std::vector<CTriangle*>& vSurplus)
+    {
+        SideForest sheets(vCT.size());
+        const std::vector<Sheet> vSheets = findThinSheets(sheets);
+        std::vector<CTriangle*> vGoing;
+        std::size_t numBounding = 0, numThin = 0;
+        for (Index i = 0; i < vCT.size(); ++i)
+            if (kindOf(2 * i) != kindOf(2 * i + 1))
+                ++numBounding;
+            else if (isOutside(i) && vSheets[sheets.find(i).index].isWall())
+                ++numThin;
+            else
+                vGoing.push_back(vCT[i]);
+        if (numBounding == 0 || THIN_PART * numThin > numBounding)
+            return false;
+        vSurplus.insert(vSurplus.end(), vGoing.begin(), vGoing.end());
+        return true;
+    }
+
+private:
+    Index regionOf(Index side) { return forest.find(side).index; }
+    char kindOf(Index side) { return vKind[regionOf(side)]; }
+    bool isOutside(Index i) { return kindOf(2 * i) == 0 && kindOf(2 * i + 1) == 0; } // on both sides
+
+    void findRegions()
+    {
+        forest = SideForest(2 * vCT.size());
+        for (const CEdge* pCE : mesh.getE()) {
+            sortStar(pCE);
+            const u64 from = pCE->getV0(), to = pCE->getV1();
+            for (std::size_t i = 0; i < vStar.size(); ++i) {
+                const Index next = vStar[i + 1 < vStar.size() ? i + 1 : 0].triangle;
+                join(forest, sideTowards(vStar[i].triangle, from, to, true),
+                     sideTowards(next, from, to, false));
+            }
+        }
+        vSize.assign(2 * vCT.size(), 0);
+        for (Index side = 0; side < vSize.size(); ++side)
+            ++vSize[regionOf(side)];
+    }
+
+    // The triangles at the edge in order, as they lie between the centres of cells; any order of two is one.
+    void sortStar(const CEdge* pCE)
+    {
+        vStar.clear();
+        for (const CTriangle* pCT : pCE->getCTs())
+            vStar.push_back({0.0, vPlace[pCT->getNumber()]});
+        if (vStar.size() < 3)
+            return;
+        const u64 from = pCE->getV0(), to = pCE->getV1();
+        const Bearing bearing(latticePlace(from), latticePlace(to));
+        for (Spoke& spoke : vStar)
+            spoke.bearing = bearing.of(latticePlace(vCT[spoke.triangle]->getThirdCCD(from, to)));
+        std::sort(vStar.begin(), vStar.end(), [](const Spoke& a, const Spoke& b) {
+            return a.bearing != b.bearing ? a.bearing < b.bearing : a.triangle < b.triangle;
+        });
+    }
+
+    // The side that faces the next triangle round the edge, or the one before. The front of a triangle that
+    // runs along the edge faces the next one.
+    Index sideTowards(Index i, u64 from, u64 to, bool bNext) const
+    {
+        const bool bFront = (vCT[i]->getHEDirection2(from, to) == HE_SAME) == bNext;
+        return 2 * i + (bFront ? 0 : 1);
+    }
+
+    // From sides spread over each region.
+    template <class F>
+    void forSomeSides(F f)
+    {
+        std::vector<Index> vSeen(vSize.size(), 0);
+        for (Index side = 0; side < vSize.size(); ++side) {
+            const Index region = regionOf(side);
+            if (vSeen[region]++ % (1 + vSize[region] / LOOKS) == 0)
+                f(side, region);
+        }
+    }
+
+    void lookIntoRooms()
+    {
+        forSomeSides([this](Index side, Index region) {
+            Look look{region, FreeRooms::NO_ROOM, 0};
+            findFreeCell(side, look);
+            if (look.room != FreeRooms::NO_ROOM)
+                vLooks.push_back(look);
+        });
+    }
+
+    // A free cell right before a corner of the triangle on that side.
+    void findFreeCell(Index side, Look& look) const
+    {
+        std::array<std::array<int, 3>, 3> aCorner;
+        for (int ici = 0; ici < 3; ++ici) {
+            auto& corner = aCorner[std::size_t(ici)];
+            rcdToXYZ(Calc::ccdToRCD(vCT[side / 2]->getCorner(ici)), corner[0], corner[1], corner[2]);
+        }
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::size_t next = (axis + 1) % 3, prev = (axis + 2) % 3;
+            const int normal = (aCorner[1][next] - aCorner[0][next]) * (aCorner[2][prev] - aCorner[0][prev]) -
+                               (aCorner[1][prev] - aCorner[0][prev]) * (aCorner[2][next] - aCorner[0][next]);
+            if (normal == 0)
+                continue;
+            for (auto cell : aCorner) { // no mesh has cells at the ends of the lattice
+                cell[axis] += (normal > 0) == (side % 2 == 0) ? 1 : -1;
+                look.rcd = xyzToRCD(u64(cell[0]), u64(cell[1]), u64(cell[2]));
+                look.room = rooms.roomOf(look.rcd);
+                if (look.room != FreeRooms::NO_ROOM)
+                    return;
+            }
+        }
+    }
+
+    // Of regions that look into no room. The two sides of a sheet within one region tell nothing.
+    void lookBeside()
+    {
+        std::vector<char> vSeesRoom(vSize.size(), 0);
+        for (const Look& look : vLooks)
+            vSeesRoom[look.region] = 1;
+        forSomeSides([&](Index side, Index region) {
+            if (vSeesRoom[region] != 0 || regionOf(side ^ 1) == region)
+                return;
+            const CTriangle* pCT = vCT[side / 2];
+            Vector3 nnv;
+            bool bOK = false;
+            pCT->getNNV(&mesh, nnv, bOK);
+            if (bOK)
+                vBeside.push_back(
+                    {region, pCT->getCentroid(&mesh, VT_REAL) +
+                                 (side % 2 == 0 ? BESIDE_CELLS : -BESIDE_CELLS) * cellSize * nnv});
+        });
+    }
+
+    void decideUnclear(const std::vector<int>& vLead)
+    {
+        std::vector<int> vNumLooks(vSize.size(), 0);
+        for (const LookBeside& look : vBeside)
+            ++vNumLooks[look.region];
+        const auto isUnclear = [&](Index region) {
+            return 100 * std::abs(vLead[region]) < CLEAR_PERCENT * vNumLooks[region];
+        };
+        bool bAny = true;
+        for (int turn = 0; turn < UNCLEAR_TURNS && bAny; ++turn) {
+            std::vector<std::array<Index, 2>> vBehind(vSize.size(), {0, 0}); // sides with that kind behind
+            for (Index side = 0; side < vSize.size(); ++side) {
+                const Index region = regionOf(side), behind = regionOf(side ^ 1);
+                if (region != behind)
+                    ++vBehind[region][std::size_t(vKind[behind])];
+            }
+            bAny = false;
+            for (Index region = 0; region < vSize.size(); ++region) {
+                const auto [numOut, numIn] = vBehind[region];
+                if (numOut == numIn || !isUnclear(region))
+                    continue;
+                const bool bKeepMore = vSize[region] >= LARGE_REGION && numOut > 0 && numIn > 0;
+                const char kind = (numIn > numOut) != bKeepMore ? 1 : 0;
+                bAny = bAny || kind != vKind[region];
+                vKind[region] = kind;
+            }
+        }
+    }
+
+    // Of triangles with outside on both sides, that hang together over regular edges.
+    std::vector<Sheet> findThinSheets(SideForest& sheets)
+    {
+        for (Index i = 0; i < vCT.size(); ++i)
+            for (int ici = 0; isOutside(i) && ici < 3; ++ici)
+                if (const CEdge* pCE = vCT[i]->getCEdge(ici); pCE->getDegree() == 2)
+                    join(sheets, i, vPlace[pCE->getOtherT(vCT[i])->getNumber()]);
+        std::vector<Sheet> vSheets(vCT.size());
+        for (Index i = 0; i < vCT.size(); ++i) {
+            if (!isOutside(i))
+                continue;
+            Sheet& sheet = vSheets[sheets.find(i).index];
+            ++sheet.size;
+            for (int ici = 0; ici < 3; ++ici) {
+                const int degree = vCT[i]->getCEdge(ici)->getDegree();
+                sheet.rim += degree != 2 ? 1 : 0;
+                sheet.border += degree == 1 ? 1 : 0;
+            }
+        }
+        return vSheets;
+    }
+
+    const CMesh& mesh;
+    double cellSize;
+    FreeRooms rooms;
+    std::vector<CTriangle*> vCT;
+    std::vector<Index> vPlace; // in vCT, by number
+    SideForest forest;         // of sides
+    std::vector<Index> vSize;  // by region, as vKind; 0 of other sides
+    std::vector<Look> vLooks;
+    std::vector<LookBeside> vBeside;
+    std::vector<char> vRoomKind; // 1 inside, 0 outside
+    std::vector<char> vKind;     // as of rooms
+    std::vector<Spoke> vStar;    // scratch
+};
+
+bool isRegular(const CMesh& mesh)
+{
+    return std::all_of(mesh.getE().begin(), mesh.getE().end(),
+                       [](const CEdge* pCE) { return pCE->getDegree() == 0 || pCE->getDegree() == 2; });
+}
+
+} // namespace
+
+bool getSurplusOfSolids(const CMesh& mesh, const InsideVotes& getVotes, std::vector<CTriangle*>& vSurplus)
+{
+    if (isRegular(mesh))
+        return false;
+    Regions regions(mesh);
+    if (!regions.decideRooms(getVotes))
+        return false;
+    regions.decideRegions(getVotes);
+    return regions.appendSurplus(vSurplus);
+}
+
+} // namespace TESK_ZAN
