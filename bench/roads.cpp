@@ -26,7 +26,6 @@
 #include "zan_api_functions.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
@@ -190,22 +189,20 @@ struct Timed {
         for (int i = 0; i < numRuns; ++i)
             runOnce(f);
         vStages = sumByName(vStages);
-        bytes = peakBytes(); // before the quality asks for more
     }
 
     void runOnce(F& f)
     {
         vStages.clear();
         recordStages(&vStages);
-        const auto start = std::chrono::steady_clock::now();
+        const Stopwatch watch;
         f();
-        seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        costs = watch.getCosts();
         recordStages(nullptr);
     }
 
     std::vector<StageRecord> vStages;
-    double seconds = 0.0;
-    double bytes = 0.0;
+    Costs costs;
 };
 
 void finish(const Options& options, const std::shared_ptr<Mesh>& pMesh, const std::vector<Point3>* pCorners)
@@ -234,7 +231,7 @@ int runReconstruct(const Options& options)
     std::cout << "{\"points\": " << vPoints.size() << ", \"triangles\": " << pMesh->getNumT()
               << ", \"fill\": " << options.fill << ", \"threads\": " << options.numThreads << ", ";
     printStages(timed.vStages);
-    printCosts(std::cout, vPoints.size(), timed.seconds, timed.bytes);
+    printCosts(std::cout, vPoints.size(), timed.costs);
     finish(options, pMesh, nullptr);
     return EXIT_SUCCESS;
 }
@@ -267,7 +264,7 @@ int runSoup(const Options& options)
               << ", \"threads\": " << options.numThreads << ", ";
     printStages(timed.vStages);
     if (pMesh == nullptr) {
-        printCosts(std::cout, vPoints.size(), timed.seconds, timed.bytes);
+        printCosts(std::cout, vPoints.size(), timed.costs);
         std::cout << "}" << std::endl;
         std::string name = options.out;
         return name.empty() || writePoints_auto(name, vPoints, false) ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -275,7 +272,7 @@ int runSoup(const Options& options)
     std::cout << "\"triangles\": " << pMesh->getNumT() << ", ";
     std::vector<Point3*> vVertices;
     pMesh->getPoints(vVertices);
-    printCosts(std::cout, vVertices.size(), timed.seconds, timed.bytes);
+    printCosts(std::cout, vVertices.size(), timed.costs);
     finish(options, pMesh, &vCorners);
     return EXIT_SUCCESS;
 }

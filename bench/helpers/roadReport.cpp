@@ -139,12 +139,22 @@ double peakBytes()
     return static_cast<double>(usage.ru_maxrss) * 1024.0; // Linux counts in units of 1024 bytes
 }
 
-void printCosts(std::ostream& out, std::size_t numPoints, double seconds, double bytes)
+Stopwatch::Stopwatch() : start(std::chrono::steady_clock::now()), cpuStart(std::clock()) {}
+
+Costs Stopwatch::getCosts() const
+{
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    const double cpuSeconds = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
+    return {seconds.count(), cpuSeconds, peakBytes()};
+}
+
+void printCosts(std::ostream& out, std::size_t numPoints, const Costs& costs)
 {
     const auto num = static_cast<double>(numPoints);
-    out << "\"seconds\": " << seconds << ", \"points_per_second\": " << num / seconds
-        << ", \"peak_bytes\": " << static_cast<std::size_t>(bytes)
-        << ", \"peak_bytes_per_point\": " << bytes / num;
+    out << "\"seconds\": " << costs.seconds << ", \"cpu_seconds\": " << costs.cpuSeconds
+        << ", \"points_per_second\": " << num / costs.seconds
+        << ", \"peak_bytes\": " << static_cast<std::size_t>(costs.bytes)
+        << ", \"peak_bytes_per_point\": " << costs.bytes / num;
 }
 
 void printQuality(std::ostream& out, const MeshQuality& quality)

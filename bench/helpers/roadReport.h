@@ -1,8 +1,10 @@
 // What all programs that run a whole road tell of it, as members of one line of JSON.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <iosfwd>
 #include <vector>
 
@@ -25,8 +27,26 @@ MeshQuality qualityOf(std::size_t numPoints, const std::vector<std::uint32_t>& v
 // The largest memory of the process up to now.
 double peakBytes();
 
-// "seconds", "points_per_second", "peak_bytes" and "peak_bytes_per_point".
-void printCosts(std::ostream& out, std::size_t numPoints, double seconds, double bytes);
+struct Costs {
+    double seconds = 0.0;
+    double cpuSeconds = 0.0; // of all threads together
+    double bytes = 0.0;      // see peakBytes
+};
+
+// Runs from its construction on.
+class Stopwatch
+{
+public:
+    Stopwatch();
+    Costs getCosts() const;
+
+private:
+    std::chrono::steady_clock::time_point start;
+    std::clock_t cpuStart;
+};
+
+// "seconds", "cpu_seconds", "points_per_second", "peak_bytes" and "peak_bytes_per_point".
+void printCosts(std::ostream& out, std::size_t numPoints, const Costs& costs);
 
 // "quality" with all figures.
 void printQuality(std::ostream& out, const MeshQuality& quality);

@@ -10,7 +10,6 @@
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -105,13 +104,12 @@ int run(const Options& options)
     const std::vector<PeerPoint> vPoints = readCloud(options.cloud);
 
     std::vector<Facet> vFacets;
-    const auto start = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     CGAL::advancing_front_surface_reconstruction(vPoints.begin(), vPoints.end(), std::back_inserter(vFacets));
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    const double bytes = peakBytes();
+    const Costs costs = watch.getCosts();
 
     std::cout << "{\"points\": " << vPoints.size() << ", \"triangles\": " << vFacets.size() << ", ";
-    printCosts(std::cout, vPoints.size(), seconds.count(), bytes);
+    printCosts(std::cout, vPoints.size(), costs);
     if (options.bQuality) {
         std::cout << ", ";
         printQuality(std::cout, facetQuality(vPoints.size(), vFacets));

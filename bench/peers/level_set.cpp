@@ -13,7 +13,6 @@
 #include <tbb/global_control.h>
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -122,14 +121,13 @@ int run(const Options& options)
     openvdb::initialize();
     const std::vector<Point3> vCorners = readSoup(options.soup);
 
-    const auto start = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     const Surface surface = remesh(vCorners, options.cell);
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    const double bytes = peakBytes();
+    const Costs costs = watch.getCosts();
 
     std::cout << "{\"input_triangles\": " << vCorners.size() / 3 << ", \"cell\": " << options.cell
               << ", \"triangles\": " << surface.vIndices.size() / 3 << ", ";
-    printCosts(std::cout, surface.vPoints.size(), seconds.count(), bytes);
+    printCosts(std::cout, surface.vPoints.size(), costs);
     if (options.bQuality) {
         std::cout << ", ";
         printQuality(std::cout, qualityOf(surface.vPoints.size(), surface.vIndices));
