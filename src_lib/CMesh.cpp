@@ -128,51 +128,27 @@ void CMesh::releaseEdges()
 CTriangle* CMesh::createT(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg)
 {
     zanAssertText(v0 != v1 && v1 != v2 && v0 != v2, "v0!=v1 && v1!=v2 && v0!=v2");
-    const std::uint32_t vtx[3] = {vertices.findOrAdd(v0), vertices.findOrAdd(v1), vertices.findOrAdd(v2)};
-    return createT_numbers(vtx, vcd, cfg);
+    zanAssert(numCreatedT < std::numeric_limits<std::uint32_t>::max());
+    const std::uint32_t vtx0 = vertices.findOrAdd(v0), vtx1 = vertices.findOrAdd(v1),
+                        vtx2 = vertices.findOrAdd(v2);
+    CTriangle* pCT = std::construct_at(oTrianglePool->newObject(), v0, v1, v2, vcd, cfg, numCreatedT++);
+    pCT->pCE01 = findOrCreateEdge(vtx0, vtx1);
+    pCT->pCE01->checkIn(pCT);
+    pCT->pCE12 = findOrCreateEdge(vtx1, vtx2);
+    pCT->pCE12->checkIn(pCT);
+    pCT->pCE02 = findOrCreateEdge(vtx0, vtx2);
+    pCT->pCE02->checkIn(pCT);
+    vMeshT.push_back(pCT);
+    return pCT;
 }
 
 CTriangle* CMesh::createTIfMissing(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg)
 {
     zanAssertText(v0 != v1 && v1 != v2 && v0 != v2, "v0!=v1 && v1!=v2 && v0!=v2");
-    const std::uint32_t vtx[3] = {vertices.findOrAdd(v0), vertices.findOrAdd(v1), vertices.findOrAdd(v2)};
-    return createTIfMissing_numbers(vtx, vcd, cfg);
-}
-
-void CMesh::getVertexNumbers(const std::vector<u64>& vCCD_srt, std::vector<std::uint32_t>& vNumbers)
-{
-    vNumbers.clear();
-    const std::vector<CVertex>& vVertices = vertices.getAll();
-    if (vCCD_srt.size() <= vVertices.size() &&
-        std::equal(vCCD_srt.begin(), vCCD_srt.end(), vVertices.begin(),
-                   [](u64 ccd, const CVertex& vertex) { return ccd == vertex.ccd; }))
-        return;
-    vNumbers.reserve(vCCD_srt.size());
-    for (const u64 ccd : vCCD_srt)
-        vNumbers.push_back(vertices.findOrAdd(ccd));
-}
-
-CTriangle* CMesh::createTIfMissing_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg)
-{
-    const CEdge* pCE = findAliveEdge(vtx[0], vtx[1]);
-    if (pCE != nullptr && pCE->hasTriangle(vertices[vtx[0]].ccd, vertices[vtx[1]].ccd, vertices[vtx[2]].ccd))
+    const CEdge* pCE = findAliveEdge(vertices.findOrAdd(v0), vertices.findOrAdd(v1));
+    if (pCE != nullptr && pCE->hasTriangle(v0, v1, v2))
         return nullptr;
-    return createT_numbers(vtx, vcd, cfg);
-}
-
-CTriangle* CMesh::createT_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg)
-{
-    zanAssert(numCreatedT < std::numeric_limits<std::uint32_t>::max());
-    CTriangle* pCT = std::construct_at(oTrianglePool->newObject(), vertices[vtx[0]].ccd, vertices[vtx[1]].ccd,
-                                       vertices[vtx[2]].ccd, vcd, cfg, numCreatedT++);
-    pCT->pCE01 = findOrCreateEdge(vtx[0], vtx[1]);
-    pCT->pCE01->checkIn(pCT);
-    pCT->pCE12 = findOrCreateEdge(vtx[1], vtx[2]);
-    pCT->pCE12->checkIn(pCT);
-    pCT->pCE02 = findOrCreateEdge(vtx[0], vtx[2]);
-    pCT->pCE02->checkIn(pCT);
-    vMeshT.push_back(pCT);
-    return pCT;
+    return createT(v0, v1, v2, vcd, cfg);
 }
 
 // ---- edges by their ends ---------------------------------------------------------------------------------
@@ -206,20 +182,33 @@ CEdge* CMesh::findOrCreateEdge(std::uint32_t vtxA, std::uint32_t vtxB)
     if (ppDead != nullptr) {
         pCE = *ppDead;
         mDeadEdges.erase(ends);
-    } else {
-        zanAssert(vMeshE.size() < VertexTable::NONE);
-        pCE =
-            std::construct_at(oEdgePool->newObject(), ends.first, ends.second, std::uint32_t(vMeshE.size()));
-        vMeshE.push_back(pCE);
+        linkEdge(pCE, vtxA, vtxB);
+        return pCE;
     }
-    const bool bFirstIsA = vertices[vtxA].ccd == ends.first;
+    return createLinkedEdge(vtxA, vtxB);
+}
+
+// Of vertices that have no edge yet.
+CEdge* CMesh::createLinkedEdge(std::uint32_t vtxA, std::uint32_t vtxB)
+{
+    zanAssert(vMeshE.size() < VertexTable::NONE);
+    const EdgeEnds ends = std::minmax({vertices[vtxA].ccd, vertices[vtxB].ccd});
+    CEdge* pCE =
+        std::construct_at(oEdgePool->newObject(), ends.first, ends.second, std::uint32_t(vMeshE.size()));
+    vMeshE.push_back(pCE);
+    linkEdge(pCE, vtxA, vtxB);
+    return pCE;
+}
+
+void CMesh::linkEdge(CEdge* pCE, std::uint32_t vtxA, std::uint32_t vtxB)
+{
+    const bool bFirstIsA = vertices[vtxA].ccd == pCE->v0;
     CVertex& vertex0 = vertices[bFirstIsA ? vtxA : vtxB];
     CVertex& vertex1 = vertices[bFirstIsA ? vtxB : vtxA];
     pCE->next0 = std::exchange(vertex0.firstEdge, pCE->number);
     pCE->next1 = std::exchange(vertex1.firstEdge, pCE->number);
     ++vertex0.numEdges;
     ++vertex1.numEdges;
-    return pCE;
 }
 
 void CMesh::edgeDied(CEdge* pCE)
@@ -239,11 +228,6 @@ void CMesh::unlinkAt(u64 ccd, const CEdge* pCE)
     }
     *pLink = pCE->v0 == ccd ? pCE->next0 : pCE->next1;
     --vertex.numEdges;
-}
-
-bool CMesh::hasEdge_numbers(std::uint32_t vtxA, std::uint32_t vtxB) const
-{
-    return findAliveEdge(vtxA, vtxB) != nullptr;
 }
 
 CEdge* CMesh::getEdge(u64 v0, u64 v1) const

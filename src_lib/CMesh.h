@@ -1,6 +1,6 @@
-// Subsystem: mesh on codes. Builds on: CEdge, CTriangle, VertexTable, Bundle, Calc. Used by: Voro, Top and
-// the passes on codes, RMesh, holes, writers. The working surface of the grid stages: vertices are cell
-// codes, topology is decided on codes alone.
+// Subsystem: mesh on codes. Builds on: CEdge, CTriangle, VertexTable, numberEdges, Bundle, Calc. Used by:
+// Voro, Top and the passes on codes, RMesh, holes, writers. The working surface of the grid stages: vertices
+// are cell codes, topology is decided on codes alone.
 #pragma once
 
 #include "Bundle.h"
@@ -9,6 +9,7 @@
 #include "Calc.h"
 #include "Point3.h"
 #include "VertexTable.h"
+#include "numberEdges.h"
 #include "tesk_tools/FlatMap.h"
 #include "tesk_tools/SimplePool.h"
 
@@ -27,6 +28,13 @@ class CPatch;
 class Voro;
 
 using BorderPatches = std::vector<std::pair<u64, CPatch*>>; // contract: CPatch.h
+
+// A triangle to be made. The corners are places in a list of codes.
+struct TriangleSeed {
+    u64 vcd;
+    std::uint32_t corners[3];
+    int cfg;
+};
 
 // The mesh may be non-manifold: an edge can hold any number of triangles. Points are only read to measure
 // angles and lengths. One thread at a time; only sorts and the clearing of flags are parallel.
@@ -87,14 +95,6 @@ public:
     // The same, unless the edge (v0, v1) already holds a triangle on these corners: then null.
     CTriangle* createTIfMissing(u64 v0, u64 v1, u64 v2, u64 vcd, int cfg);
 
-    // The same by vertex numbers, for callers that make very many triangles: without a look-up for each
-    // corner. getVertexNumbers makes the vertices of ascending codes where they are missing, and gives their
-    // numbers; an empty list stands for 0, 1, 2, ..., which is what the codes of the run's map have.
-    void getVertexNumbers(const std::vector<u64>& vCCD_srt, std::vector<std::uint32_t>& vNumbers);
-    std::uint32_t getVertexNumber(u64 ccd) { return vertices.findOrAdd(ccd); }
-    CTriangle* createTIfMissing_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg);
-    bool hasEdge_numbers(std::uint32_t vtxA, std::uint32_t vtxB) const;
-
     // The edge, also one of degree 0, or null. The ends may come in any order.
     CEdge* getEdge(u64 v0, u64 v1) const;
 
@@ -126,6 +126,14 @@ public:
 
     // Clears the mark bVisited of all triangles.
     void clearVisited();
+
+    // --- many triangles at once: CMesh_bulk.cpp ---
+
+    // Fills the mesh, which must have no triangles: one for each seed, unless an earlier one has the same
+    // corners. They are numbered in this order, as if made by createTIfMissing, but stand in getT as
+    // killDuplicateTriangles would leave them, and in memory too. The codes must be unique. Linear as long as
+    // the triangles at each vertex are few.
+    void createSortedT(const std::vector<u64>& vCCD_srt, const std::vector<TriangleSeed>& vSeeds);
 
     // --- patches: CMesh_patches.cpp ---
     // The mesh owns the patches that it makes, and a new division or clear deletes them. No triangle names a
@@ -236,7 +244,10 @@ private:
 
     CEdge* findAliveEdge(std::uint32_t vtxA, std::uint32_t vtxB) const;
     CEdge* findOrCreateEdge(std::uint32_t vtxA, std::uint32_t vtxB);
-    CTriangle* createT_numbers(const std::uint32_t vtx[3], u64 vcd, int cfg);
+    CEdge* createLinkedEdge(std::uint32_t vtxA, std::uint32_t vtxB);
+    void linkEdge(CEdge* pCE, std::uint32_t vtxA, std::uint32_t vtxB);
+    std::vector<std::uint32_t> getVertexNumbers(const std::vector<u64>& vCCD_srt);
+    void connectEdges(const std::vector<CTriangle*>& vByNumber, const std::vector<CornerNumbers>& vCorners);
     void unlinkAt(u64 ccd, const CEdge* pCE);
     template <class F>
     void forEachEdgeAt(u64 ccd, F f) const;

@@ -30,15 +30,6 @@ constexpr std::array<int, 8> CASE_27 = {27, 39, 78, 114, 141, 177, 216, 228};
 
 constexpr std::size_t SQUARE_RECORD = 8; // two triangles, cube key, config
 
-// In the place of codes: the table then gives corners by their bits.
-constexpr u64 CORNER_BITS[8] = {0, 1, 2, 3, 4, 5, 6, 7};
-
-// Four cells on one face of the cube.
-bool isFlat(int config)
-{
-    return config == 15 || config == 51 || config == 102 || config == 153 || config == 204 || config == 240;
-}
-
 // By the axes on which a member and the key agree, as 4 x + 2 y + z.
 constexpr std::array<int, 7> VALUE_BY_AGREEMENT = {8, 1, 128, 16, 4, 2, 64};
 
@@ -52,7 +43,7 @@ bool hasEdgeBelowDegree2(const CTriangle* pCT)
 
 Voro::Voro(const Calc* pCalcGiven, std::map<u64, Bundle*>* pCCDBundleGiven,
            const std::vector<u64>* pZeroCCDGiven, TriMode tm)
-    : pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), pZeroCCD(pZeroCCDGiven), casx(tm, false)
+    : pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), pZeroCCD(pZeroCCDGiven), casx(tm, false), cubeRows(casx)
 {
     vCCD.reserve(pCCDBundle->size());
     for (const auto& entry : *pCCDBundle)
@@ -102,23 +93,24 @@ void Voro::fatExtractTriangles()
     else
         pMesh->clear();
     pMesh->reserve(vCCD.size());
-    pMesh->getVertexNumbers(vCCD, vNumbers);
+    std::vector<TriangleSeed> vSeeds;
+    vSeeds.reserve(2 * vCCD.size());
+    std::vector<std::uint8_t> vFaces(vCCD.size(), 0);
     {
         const StageTimer timer("VO_ftx");
         Progress* pProgress = getRootProgress()->getChildProgressSetTodo("VO_ftx", 8 * vCCD.size());
-        extractCubes([pProgress](int config) {
+        extractCubes(vSeeds, vFaces, [pProgress](int config) {
             pProgress->tickN(u64(Calc::getNumSet8(static_cast<unsigned int>(config))));
         });
         pProgress->finish(true);
     }
     const StageTimer timer("VO_amb");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("VO_amb", 2);
-    extractSquares();
+    extractSquares(vSeeds, vFaces);
     pProgress->tick();
-    pMesh->killDuplicateTriangles();
+    pMesh->createSortedT(vCCD, vSeeds);
     pProgress->tick();
     pProgress->finish(true);
-    vNumbers = {};
 }
 
 void Voro::createMesh()
@@ -127,58 +119,63 @@ void Voro::createMesh()
     pMesh = pMeshOwned.get();
 }
 
-// The members of a cube that are occupied, by the bits of its configuration.
-void Voro::getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members, Corner corners[8]) const
+// Of the members of a cube that are occupied the places in vCCD, by the bits of its configuration.
+void Voro::getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members,
+                          std::uint32_t corners[8]) const
 {
     u64 array[8];
     array[KEY_BIT] = vcd;
     pCalc->completeCubeMembers8(array);
     for (unsigned bits = unsigned(config); bits != 0; bits &= bits - 1) {
         const auto bit = std::size_t(std::countr_zero(bits));
-        const std::uint32_t rank = members.getRank(bit, array[bit]);
-        corners[bit] = {array[bit], vNumbers.empty() ? rank : vNumbers[rank]};
+        corners[bit] = members.getRank(bit, array[bit]);
     }
 }
 
-// Draws all cubes but the flat ones; tick(config) is called for each cube.
+// Draws all cubes but the flat ones; tick(config) is called for each cube. vFaces: by the place of the lowest
+// cell of a face, the tribits of the faces with a diagonal.
 template <class Tick>
-void Voro::extractCubes(Tick tick)
+void Voro::extractCubes(std::vector<TriangleSeed>& vSeeds, std::vector<std::uint8_t>& vFaces, Tick tick) const
 {
-    std::vector<u64> vTriBits;
     cubeBlocks.forEachCubeWithMembers([&](u64 vcd, int config, const CubeBlocks::Members& members) {
         tick(config);
-        const int numMembers = Calc::getNumSet8(static_cast<unsigned int>(config));
-        if (numMembers < 3 || numMembers > 7 || isFlat(config))
+        const CubeRows::Row& row = cubeRows.getRow(config);
+        if (row.numCorners == 0)
             return;
-        vTriBits.clear();
-        casx.getTriangles(config, CORNER_BITS, vTriBits, TUT);
-        if (vTriBits.empty())
-            return;
-        Corner corners[8];
+        std::uint32_t corners[8];
         getCubeCorners(vcd, config, members, corners);
-        for (std::size_t i = 0; i < vTriBits.size(); i += 3) {
-            const std::uint32_t vtx[3] = {corners[vTriBits[i]].number, corners[vTriBits[i + 1]].number,
-                                          corners[vTriBits[i + 2]].number};
-            pMesh->createTIfMissing_numbers(vtx, vcd, config);
+        for (std::size_t i = 0; i < row.numCorners; i += 3)
+            vSeeds.push_back(
+                {vcd,
+                 {corners[row.corners[i]], corners[row.corners[i + 1]], corners[row.corners[i + 2]]},
+                 config});
+        for (std::size_t i = 0; i < row.numFaces; ++i) {
+            const CubeFace& face = CubeRows::FACES[row.faces[i]];
+            vFaces[corners[face.lowest]] |= face.tribit;
         }
     });
 }
 
-// The flat cubes, in a walk of their own: a record of each would take more memory than it saves time.
-void Voro::extractSquares()
+// The flat cubes, in a walk of their own: a record of each would take more memory than it saves time. A
+// square takes the diagonal of the table if that is drawn already, else the other one, whether or not that is
+// drawn.
+void Voro::extractSquares(std::vector<TriangleSeed>& vSeeds, std::vector<std::uint8_t>& vFaces) const
 {
-    std::vector<u64> vTriBits;
     cubeBlocks.forEachCubeWithMembers([&](u64 vcd, int config, const CubeBlocks::Members& members) {
-        if (!isFlat(config))
+        const std::uint8_t flatFace = cubeRows.getFlatFace(config);
+        if (flatFace == CubeRows::NO_FACE)
             return;
-        vTriBits.clear();
-        casx.getTriangles(config, CORNER_BITS, vTriBits, TUT);
-        zanAssertText(vTriBits.size() == 6, "vTriVCD.size()==6");
-        Corner corners[8], square[6];
+        const CubeFace& face = CubeRows::FACES[flatFace];
+        std::uint32_t corners[8];
         getCubeCorners(vcd, config, members, corners);
-        for (std::size_t i = 0; i < 6; ++i)
-            square[i] = corners[vTriBits[i]];
-        solveSquare(square, vcd, config);
+        std::uint8_t& faces = vFaces[corners[face.lowest]];
+        const auto drawnBit = std::uint8_t(face.tribit << 3);
+        if ((faces & drawnBit) != 0)
+            return; // from the other side of the sheet
+        faces |= drawnBit;
+        const auto cut = cubeRows.getSquare(flatFace).cut((faces & face.tribit) != 0);
+        for (std::size_t i = 0; i < cut.size(); i += 3)
+            vSeeds.push_back({vcd, {corners[cut[i]], corners[cut[i + 1]], corners[cut[i + 2]]}, config});
     });
 }
 
@@ -187,48 +184,11 @@ void Voro::solveAmbiguousT(const std::vector<u64>& vAmbiguousT)
     zanAssertText(vAmbiguousT.size() % SQUARE_RECORD == 0, "vAmbiguousT.size()%8==0");
     for (std::size_t i = 0; i < vAmbiguousT.size(); i += SQUARE_RECORD) {
         const u64* record = vAmbiguousT.data() + i;
-        Corner square[6];
-        for (std::size_t k = 0; k < 6; ++k)
-            square[k] = {record[k], pMesh->getVertexNumber(record[k])};
-        solveSquare(square, record[6], int(record[7]));
+        const Square<u64> square = orderSquare(record);
+        const auto cut = square.cut(pMesh->hasEdge(square.v1, square.v2));
+        for (std::size_t k = 0; k < cut.size(); k += 3)
+            pMesh->createTIfMissing(cut[k], cut[k + 1], cut[k + 2], record[6], int(record[7]));
     }
-}
-
-// With v0 and v3 opposite each other, v1-v2 is the diagonal of the table:
-//
-//     v0 --- v1          it is taken if it is there already; if it is not, but v0-v3 is, or if there is
-//     neither,
-//      |   / |           then v0-v3. So a square takes the diagonal of a neighbour that was drawn before, and
-//      | /   |           a square on both sides of a sheet comes out the same from both.
-//     v2 --- v3
-//
-// square: the corners of the table's two triangles.
-void Voro::solveSquare(const Corner square[6], u64 vcd, int config)
-{
-    Corner v0 = square[0], v1 = square[1], v2 = square[2];
-    const Corner* pB = std::find_if(square + 3, square + 6, [=](const Corner& v) {
-        return v.ccd != v0.ccd && v.ccd != v1.ccd && v.ccd != v2.ccd;
-    });
-    const bool bFound = pB != square + 6;
-    zanAssert(bFound);
-    const Corner v3 = *pB;
-    if (Calc::getNeigType(v3.ccd, v0.ccd) != NT_EDGE)
-        std::swap(v0, v1);
-    if (Calc::getNeigType(v3.ccd, v0.ccd) != NT_EDGE)
-        std::swap(v0, v2);
-    zanAssertText(Calc::getNeigType(v3.ccd, v0.ccd) == NT_EDGE, "pCalc->getNeigType(v3,v0)==NT_EDGE");
-
-    const auto draw = [&](const Corner& a, const Corner& b, const Corner& c) {
-        const std::uint32_t vtx[3] = {a.number, b.number, c.number};
-        pMesh->createTIfMissing_numbers(vtx, vcd, config);
-    };
-    if (pMesh->hasEdge_numbers(v1.number, v2.number)) {
-        draw(v0, v1, v2);
-        draw(v2, v1, v3);
-        return;
-    }
-    draw(v0, v1, v3);
-    draw(v0, v3, v2);
 }
 
 // ---- extraction with extra cells -------------------------------------------------------------------------
@@ -310,11 +270,12 @@ void Voro::thinNewExtractTriangles()
 {
     messageStream() << "This is thinNewExtractTriangles" << std::endl;
     createMesh();
-    pMesh->getVertexNumbers(vCCD, vNumbers);
-    extractCubes([](int) {});
-    extractSquares();
+    std::vector<TriangleSeed> vSeeds;
+    std::vector<std::uint8_t> vFaces(vCCD.size(), 0);
+    extractCubes(vSeeds, vFaces, [](int) {});
+    extractSquares(vSeeds, vFaces);
+    pMesh->createSortedT(vCCD, vSeeds);
     pruneCase27();
-    vNumbers = {};
 }
 
 void Voro::pruneCase27()
@@ -330,6 +291,8 @@ void killOpenCase27(CMesh& mesh)
     std::array<std::vector<CTriangle*>, 256> vCfgCT;
     std::vector<CTriangle*> vAliveT;
     mesh.getAliveT(vAliveT);
+    std::sort(vAliveT.begin(), vAliveT.end(),
+              [](const CTriangle* a, const CTriangle* b) { return lessByNumber(a, b); });
     for (CTriangle* pCT : vAliveT) {
         const int cfg = std::max(pCT->getCfg(), 0);
         zanAssertText(cfg < 256, "cfg<256");

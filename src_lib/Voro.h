@@ -1,9 +1,10 @@
-// Subsystem: mesh on codes. Builds on: Casx, CMesh, CubeBlocks, RemoveDecider, Progress. Used by: Hal, Top,
-// melt. Surface extraction: turns the set of occupied cells into the first CMesh, cube by cube.
+// Subsystem: mesh on codes. Builds on: Casx, CubeRows, CMesh, CubeBlocks, RemoveDecider, Progress. Used by:
+// Hal, Top, melt. Surface extraction: turns the set of occupied cells into the first CMesh, cube by cube.
 #pragma once
 
 #include "Casx.h"
 #include "CubeBlocks.h"
+#include "CubeRows.h"
 #include "definitions.h"
 
 #include <cstdint>
@@ -17,6 +18,7 @@ namespace TESK_ZAN
 class Calc;
 class CMesh;
 struct Bundle;
+struct TriangleSeed;
 
 // Lives on the stack of one run stage, from before the first extraction until the passes of Top are through:
 // these call it again for the second extraction. It looks at codes only, never at points. Single-threaded.
@@ -34,8 +36,8 @@ public:
     // Makes the mesh, or empties the one that there is, and draws the triangles of all cubes: those with one
     // answer in ascending order of the cube keys, then the flat squares in the same order, each on the
     // diagonal that a neighbour already uses. Triangles end up sorted by their corners
-    // (CMesh::killDuplicateTriangles). Progress "VO_ftx", "VO_amb". About 1 s for a million cells of a
-    // sheet, most of it the making of the mesh and the first touch of its 400 bytes a cell.
+    // (CMesh::createSortedT). Progress "VO_ftx", "VO_amb". About half a second for a million cells of a sheet,
+    // most of it the making of the mesh and the first touch of its 400 bytes a cell.
     void fatExtractTriangles();
 
     // The mesh, null before the first extraction. The first call that returns a mesh hands it over to the
@@ -69,31 +71,25 @@ public:
     const std::vector<u64>& getCCD() const { return vCCD; }
 
 private:
-    // A cell as a vertex of the mesh.
-    struct Corner {
-        u64 ccd;
-        std::uint32_t number; // in the mesh
-    };
-
     void createMesh();
-    void getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members, Corner corners[8]) const;
+    void getCubeCorners(u64 vcd, int config, const CubeBlocks::Members& members,
+                        std::uint32_t corners[8]) const;
     template <class Tick>
-    void extractCubes(Tick tick);
-    void extractSquares();
-    void solveSquare(const Corner square[6], u64 vcd, int config);
+    void extractCubes(std::vector<TriangleSeed>& vSeeds, std::vector<std::uint8_t>& vFaces, Tick tick) const;
+    void extractSquares(std::vector<TriangleSeed>& vSeeds, std::vector<std::uint8_t>& vFaces) const;
     void rebuildBlocks();
     void removeCells(const std::vector<u64>& vRemoveCCD, const std::vector<u64>& vExtraCCD);
     void addMissingBundles();
 
-    const Calc* pCalc;                   // not owned
-    std::map<u64, Bundle*>* pCCDBundle;  // not owned
-    const std::vector<u64>* pZeroCCD;    // not owned
-    std::unique_ptr<CMesh> pMeshOwned;   // until getCMesh hands it over
-    CMesh* pMesh = nullptr;              // the same mesh, also afterwards
-    std::vector<u64> vCCD;               // ascending
-    std::vector<std::uint32_t> vNumbers; // during an extraction: CMesh::getVertexNumbers of vCCD
-    CubeBlocks cubeBlocks;               // the cells of vCCD
+    const Calc* pCalc;                  // not owned
+    std::map<u64, Bundle*>* pCCDBundle; // not owned
+    const std::vector<u64>* pZeroCCD;   // not owned
+    std::unique_ptr<CMesh> pMeshOwned;  // until getCMesh hands it over
+    CMesh* pMesh = nullptr;             // the same mesh, also afterwards
+    std::vector<u64> vCCD;              // ascending
+    CubeBlocks cubeBlocks;              // the cells of vCCD
     Casx casx;
+    CubeRows cubeRows; // of casx
 };
 
 // Kills the triangles of the rotations of configuration 27 that have an edge of degree below 2.

@@ -427,6 +427,47 @@ TEST(CMesh, oldest_of_equal_triangles_survives_and_triangles_stand_by_their_corn
     EXPECT_EQ(code.mesh.killDuplicateTriangles(), 0);
 }
 
+TEST(CMesh, many_triangles_at_once_make_the_mesh_that_they_make_one_by_one)
+{
+    Random random(5);
+    std::vector<std::array<int, 3>> vCells;
+    for (int i = 0; i < 40; ++i)
+        vCells.push_back({300 + i, 300 + i * i % 7, 300});
+    CellSet cells(vCells);
+    std::vector<u64> vCCD = cells.vCode;
+    std::sort(vCCD.begin(), vCCD.end());
+    std::vector<TriangleSeed> vSeeds;
+    for (int i = 0; i < 600; ++i) { // many with corners that came before, in another order
+        const auto corner = [&] { return std::uint32_t(random.below(7) + 4 * (u64(i) % 9)); };
+        const TriangleSeed seed{u64(i), {corner(), corner(), corner()}, i % 256};
+        const auto& c = seed.corners;
+        if (c[0] != c[1] && c[1] != c[2] && c[2] != c[0])
+            vSeeds.push_back(seed);
+    }
+    CMesh mesh(nullptr, &cells.calc, &cells.mCCDBundle, {}),
+        twin(nullptr, &cells.calc, &cells.mCCDBundle, {});
+    mesh.createSortedT(vCCD, vSeeds);
+    for (const TriangleSeed& seed : vSeeds)
+        twin.createTIfMissing(vCCD[seed.corners[0]], vCCD[seed.corners[1]], vCCD[seed.corners[2]], seed.vcd,
+                              seed.cfg);
+    twin.killDuplicateTriangles();
+
+    const auto records = [](const CMesh& any) {
+        std::vector<std::array<u64, 9>> vRecords;
+        for (const CTriangle* pCT : any.getT())
+            vRecords.push_back({pCT->getC0(), pCT->getC1(), pCT->getC2(), pCT->getVCD(), u64(pCT->getCfg()),
+                                pCT->getNumber(), pCT->getCEdge(0)->getNumber(),
+                                pCT->getCEdge(1)->getNumber(), pCT->getCEdge(2)->getNumber()});
+        for (const CEdge* pCE : any.getE())
+            for (const CTriangle* pCT : pCE->getCTs())
+                vRecords.push_back({pCE->getV0(), pCE->getV1(), pCT->getNumber()});
+        return vRecords;
+    };
+    EXPECT_EQ(records(mesh), records(twin));
+    EXPECT_LT(mesh.getT().size(), vSeeds.size()); // some came twice
+    EXPECT_TRUE(mesh.checkDataStructures("bulk"));
+}
+
 TEST(CMesh, degenerate_triangles_are_split_away)
 {
     CodeMesh code(
