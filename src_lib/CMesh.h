@@ -183,6 +183,9 @@ public:
     // the centre of the cell, then runs averageBundle on it. Condition "pCalc->getCCD(pVtx)==ccd".
     void addBundle(u64 ccd, double x, double y, double z);
 
+    // Appends all bundles by ascending code: what a walk over the map gives, in a fraction of the time.
+    void getBundlesByCode(std::vector<Bundle*>& vOut) const;
+
     // The bundles that the mesh made, in order of making.
     const std::vector<Bundle*>& getOwnBundles() const { return vOwnBundles; }
 

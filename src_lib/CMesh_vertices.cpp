@@ -59,6 +59,20 @@ Point3* CMesh::getVtx(u64 ccd) const
     return vertices[number].pBundle->pVtx;
 }
 
+void CMesh::getBundlesByCode(std::vector<Bundle*>& vOut) const
+{
+    const std::size_t numBefore = vOut.size();
+    vOut.reserve(numBefore + pCCDBundle->size());
+    for (const CVertex& vertex : vertices.getAll())
+        if (vertex.pBundle != nullptr)
+            vOut.push_back(vertex.pBundle);
+    const auto isBefore = [](const Bundle* a, const Bundle* b) { return a->ccd < b->ccd; };
+    const auto first = vOut.begin() + std::ptrdiff_t(numBefore);
+    const auto firstLater = std::is_sorted_until(first, vOut.end(), isBefore); // the few that came later
+    std::sort(firstLater, vOut.end(), isBefore);
+    std::inplace_merge(first, firstLater, vOut.end(), isBefore);
+}
+
 Vector3 getNormalVector(const CMesh* pMesh, u64 ccd0, u64 ccd1, u64 ccd2, bool& bOK)
 {
     for (const u64 ccd : {ccd0, ccd1, ccd2})

@@ -37,34 +37,10 @@ CTriangle::CTriangle(u64 c0Given, u64 c1Given, u64 c2Given, u64 vcdGiven, int cf
 {
 }
 
-u64 CTriangle::getCorner(int ici) const
-{
-    zanAssert(ici >= 0 && ici < 3);
-    return ici == 0 ? c0 : (ici == 1 ? c1 : c2);
-}
-
-CEdge* CTriangle::getCEdge(int i) const
-{
-    zanAssert(i >= 0 && i < 3);
-    return i == 0 ? pCE12 : (i == 1 ? pCE02 : pCE01);
-}
-
 void CTriangle::getEdgeCCDs(int i, u64& a, u64& b) const
 {
     a = getCorner(nextIndex3(i));
     b = getCorner(prevIndex3(i));
-}
-
-int CTriangle::getICI(u64 ccd) const
-{
-    zanAssert(has(ccd));
-    return ccd == c0 ? 0 : (ccd == c1 ? 1 : 2);
-}
-
-int CTriangle::getICI(u64 a, u64 b) const
-{
-    zanAssert(a != b);
-    return 3 - getICI(a) - getICI(b);
 }
 
 void CTriangle::getOtherCCDs(u64 ccd, u64& a, u64& b) const

@@ -1,9 +1,10 @@
-// Subsystem: mesh on codes. Builds on: definitions, Vector3. Used by: CMesh and all that walk it.
+// Subsystem: mesh on codes. Builds on: definitions, Vector3, zanAssert. Used by: CMesh and all that walk it.
 // A triangle of the mesh on codes: three vertex codes whose cyclic order is the orientation.
 #pragma once
 
 #include "Vector3.h"
 #include "definitions.h"
+#include "zanAssert.h"
 
 #include <cstdint>
 #include <iosfwd>
@@ -33,7 +34,11 @@ public:
     u64 getC0() const { return c0; }
     u64 getC1() const { return c1; }
     u64 getC2() const { return c2; }
-    u64 getCorner(int ici) const; // a failed condition for any other index
+    u64 getCorner(int ici) const // a failed condition for any other index
+    {
+        zanAssert(ici >= 0 && ici < 3);
+        return ici == 0 ? c0 : (ici == 1 ? c1 : c2);
+    }
     bool has(u64 ccd) const { return ccd == c0 || ccd == c1 || ccd == c2; }
 
     // Key of the cube that made the triangle, 0 for triangles that flips made, and the configuration of that
@@ -54,15 +59,27 @@ public:
     // --- corners and edges ---
 
     // The edge opposite corner i: 0 gives (c1, c2), 1 gives (c0, c2), 2 gives (c0, c1).
-    CEdge* getCEdge(int i) const;
+    CEdge* getCEdge(int i) const
+    {
+        zanAssert(i >= 0 && i < 3);
+        return i == 0 ? pCE12 : (i == 1 ? pCE02 : pCE01);
+    }
 
     // The ends of that edge in cyclic order: 0 gives (c1, c2), 1 gives (c2, c0), 2 gives (c0, c1).
     void getEdgeCCDs(int i, u64& a, u64& b) const;
 
     // The index of a corner; of the corner that is neither a nor b, and its code. The arguments must be
     // different corners of this triangle.
-    int getICI(u64 ccd) const;
-    int getICI(u64 a, u64 b) const;
+    int getICI(u64 ccd) const
+    {
+        zanAssert(has(ccd));
+        return ccd == c0 ? 0 : (ccd == c1 ? 1 : 2);
+    }
+    int getICI(u64 a, u64 b) const
+    {
+        zanAssert(a != b);
+        return 3 - getICI(a) - getICI(b);
+    }
     u64 getThirdCCD(u64 a, u64 b) const { return getCorner(getICI(a, b)); }
 
     // The two others: (c1, c2) for c0, (c0, c2) for c1, (c1, c0) for c2. Not the cyclic order for c1.

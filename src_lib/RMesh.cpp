@@ -165,26 +165,6 @@ RTriangle* RMesh::createT(Point3* p0, Point3* p1, Point3* p2)
     return pRT;
 }
 
-void RMesh::createAllT(const std::vector<CornerNumbers>& vCorners)
-{
-    zanAssert(vT.empty() && vRE.empty());
-    constexpr int SLOTS[3] = {2, 0, 1}; // of the edges of a triangle, as SIDE_ENDS
-    const std::vector<std::uint32_t> vEdges = numberEdges(vCorners, vVtx.size());
-    for (size_t i = 0; i < vCorners.size(); ++i) {
-        const auto [n0, n1, n2] = vCorners[i];
-        auto* pRT = new (rtPool.newObject()) RTriangle(getVtx(n0), getVtx(n1), getVtx(n2), nextNumber(i));
-        vT.push_back(pRT);
-        for (size_t side = 0; side < 3; ++side) {
-            const std::uint32_t edge = vEdges[3 * i + side];
-            const auto [end0, end1] = SIDE_ENDS[side];
-            if (edge == vRE.size())
-                createRE(getVtx(vCorners[i][end0]), getVtx(vCorners[i][end1]));
-            pRT->aOppRE[SLOTS[side]] = vRE[edge];
-        }
-        checkInTriangle(pRT);
-    }
-}
-
 // Puts the triangles (0, 1, 2) and (2, 3, 0) of the ring of four vertices into the records of two that meet
 // in the diagonal from 1 to 3. Returns the new diagonal, which must not be alive yet. Most time of a loop of
 // flips goes here: the four edges around are not looked up, since they stay.
@@ -255,11 +235,6 @@ REdge* RMesh::reviveOrCreateRE(Point3* p0, Point3* p1)
 {
     if (REdge* pDeadRE = takeDeadRE(p0, p1))
         return pDeadRE;
-    return createRE(p0, p1);
-}
-
-REdge* RMesh::createRE(Point3* p0, Point3* p1)
-{
     auto* pRE = new (rePool.newObject()) REdge(p0, p1, nextNumber(vRE.size()));
     vRE.push_back(pRE);
     return pRE;

@@ -10,7 +10,6 @@
 #include "RTriangle.h"
 #include "RVertex.h"
 #include "definitions.h"
-#include "numberEdges.h"
 #include "tesk_tools/FlatMap.h"
 #include "tesk_tools/SimplePool.h"
 
@@ -92,9 +91,6 @@ public:
 
     // An alive triangle with these corners, which must be three different vertices of this mesh. O(degree).
     RTriangle* createT(Point3* p0, Point3* p1, Point3* p2);
-
-    // The same for many triangles, in a mesh that has none yet: by vertex numbers, without look-ups.
-    void createAllT(const std::vector<CornerNumbers>& vCorners);
 
     // Moves all triangles of pSrc onto pTrg: the collapse of the edge between them if there is one (its
     // triangles die), else a weld. Edges that meet an edge of pTrg are merged into it. Orientation is kept;
@@ -277,7 +273,6 @@ private:
     void checkInTriangle(RTriangle* pRT);
     void checkOutTriangle(RTriangle* pRT);
     REdge* getOrCreateRE(Point3* p0, Point3* p1);
-    REdge* createRE(Point3* p0, Point3* p1);
     REdge* reviveOrCreateRE(Point3* p0, Point3* p1);
     REdge* findAliveRE(const Point3* p0, const Point3* p1) const;
     void parkDeadEdge(REdge* pRE);

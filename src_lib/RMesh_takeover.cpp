@@ -76,13 +76,17 @@ RMesh::RMesh(CMesh* pCMesh)
     takeOverTriangles(pCMesh, vCCD);
 }
 
-// The map runs by ascending code, so vertex numbers do too, and all vertices get into the pool's first block.
+// The bundles come by ascending code, so vertex numbers ascend too, and all vertices get into the pool's
+// first block.
 void RMesh::takeOverVertices(const CMesh* pCMesh, std::vector<u64>& vCCD)
 {
     const std::vector<u64>& vZeroCCD = pCMesh->getZeroCCD();
     auto zeroPos = vZeroCCD.begin();
-    vCCD.reserve(pCMesh->getBundles().size());
-    for (const auto& [ccd, pBundle] : pCMesh->getBundles()) {
+    std::vector<Bundle*> vBundles;
+    pCMesh->getBundlesByCode(vBundles);
+    vCCD.reserve(vBundles.size());
+    for (const Bundle* pBundle : vBundles) {
+        const u64 ccd = pBundle->ccd;
         Point3* pVtx = newVtx(*pBundle->pVtx);
         insertMovingAside(pVtx);
         vCCD.push_back(ccd);
@@ -120,19 +124,24 @@ Point3* RMesh::copyVtx(const Point3* pVtx)
 
 void RMesh::takeOverTriangles(const CMesh* pCMesh, const std::vector<u64>& vCCD)
 {
-    std::vector<CTriangle*> vAliveT;
-    pCMesh->getAliveT(vAliveT);
-    std::vector<CornerNumbers> vCorners(vAliveT.size());
-    forRangeMT(vAliveT.size(), [&](size_t begin, size_t end) {
-        CodeFinder finder(vCCD);
-        const auto numberOfCode = [&](u64 ccd) { return static_cast<std::uint32_t>(finder.find(ccd)); };
-        for (size_t i = begin; i < end; ++i) {
-            const CTriangle& triangle = *vAliveT[i];
-            vCorners[i] = {numberOfCode(triangle.getC0()), numberOfCode(triangle.getC1()),
-                           numberOfCode(triangle.getC2())};
-        }
-    });
-    createAllT(vCorners);
+    constexpr size_t SLICE_SIZE = 1 << 16; // the triangles of a slice are in the cache when they are made
+    const std::vector<CTriangle*>& vCT = pCMesh->getT();
+    std::vector<std::array<Point3*, 3>> vCorners(std::min(SLICE_SIZE, vCT.size()));
+    for (size_t from = 0; from < vCT.size(); from += SLICE_SIZE) {
+        const size_t num = std::min(SLICE_SIZE, vCT.size() - from);
+        forRangeMT(num, [&](size_t begin, size_t end) {
+            CodeFinder finder(vCCD);
+            const auto vtxAt = [&](u64 ccd) { return &vVtx[finder.find(ccd)]->point; };
+            for (size_t i = begin; i < end; ++i) {
+                const CTriangle& triangle = *vCT[from + i];
+                if (triangle.isAlive())
+                    vCorners[i] = {vtxAt(triangle.getC0()), vtxAt(triangle.getC1()), vtxAt(triangle.getC2())};
+            }
+        });
+        for (size_t i = 0; i < num; ++i)
+            if (vCT[from + i]->isAlive())
+                createT(vCorners[i][0], vCorners[i][1], vCorners[i][2]);
+    }
 }
 
 } // namespace TESK_ZAN

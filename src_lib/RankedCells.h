@@ -3,6 +3,7 @@
 #pragma once
 
 #include "definitions.h"
+#include "tesk_tools/mixBits.h"
 
 #include <bit>
 #include <cstddef>
@@ -44,16 +45,34 @@ public:
     void makeIndex();
 
     // Null where there is none. O(1).
-    const Block* findBlock(u64 blockCode) const;
+    const Block* findBlock(u64 blockCode) const
+    {
+        if (vSlots.empty())
+            return nullptr;
+        const std::uint32_t place = vSlots[probe(blockCode)];
+        return place == NONE ? nullptr : &vBlocks[place];
+    }
 
     // The rank, NONE for a cell that is not in the list. O(1).
-    std::uint32_t find(u64 ccd) const;
+    std::uint32_t find(u64 ccd) const
+    {
+        const Block* pBlock = findBlock(ccd >> 6);
+        return pBlock != nullptr && pBlock->has(ccd) ? pBlock->getRank(ccd) : NONE;
+    }
 
     std::size_t size() const { return numCells; }
     const std::vector<Block>& getBlocks() const { return vBlocks; } // ascending
 
 private:
-    std::size_t probe(u64 blockCode) const;
+    // The slot of the block, or else the empty slot where it belongs. There must be slots.
+    std::size_t probe(u64 blockCode) const
+    {
+        const std::size_t mask = vSlots.size() - 1;
+        std::size_t slot = std::size_t(TESK_TOOLS::mixBits(blockCode + TESK_TOOLS::GOLDEN_STEP)) & mask;
+        while (vSlots[slot] != NONE && vBlocks[vSlots[slot]].code != blockCode)
+            slot = (slot + 1) & mask;
+        return slot;
+    }
 
     std::vector<Block> vBlocks;
     std::vector<std::uint32_t> vSlots; // places in vBlocks or NONE; the size is 0 or a power of two

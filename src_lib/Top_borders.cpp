@@ -269,13 +269,15 @@ void Top::cbsComplete(Voro* pVoro)
     pProgress->tick();
 
     sortUniqueMT(vGeneratingVCDs);
-    if (!vGeneratingVCDs.empty() || !isAsExtracted())
+    const bool bExtract = !vGeneratingVCDs.empty() || !isAsExtracted();
+    if (bExtract)
         pMesh = pVoro->extractWithExtraCCDs(vGeneratingVCDs);
     pProgress->tick();
 
     pMesh->averageAllBundles();
     pProgress->tick();
-    unifyDiagonals();
+    if (bExtract) // else they are settled: that kills
+        unifyDiagonals();
     pProgress->tick();
     pProgress->finish(true);
 }

@@ -49,11 +49,13 @@ std::vector<PlacedBundle> placedBundles(const CMesh& mesh)
         vMadeCCD.push_back(pBundle->ccd);
     std::sort(vMadeCCD.begin(), vMadeCCD.end());
 
+    std::vector<Bundle*> vBundles;
+    mesh.getBundlesByCode(vBundles);
     std::vector<PlacedBundle> vPlaced;
-    vPlaced.reserve(mesh.getBundles().size());
-    for (const auto& [ccd, pBundle] : mesh.getBundles())
-        vPlaced.push_back({Point3Hash()(*pBundle->pVtx), pBundle,
-                           std::binary_search(vMadeCCD.begin(), vMadeCCD.end(), ccd)});
+    transformMT(vBundles, vPlaced, [&](Bundle* pBundle) {
+        return PlacedBundle{Point3Hash()(*pBundle->pVtx), pBundle,
+                            std::binary_search(vMadeCCD.begin(), vMadeCCD.end(), pBundle->ccd)};
+    });
     sortMT(vPlaced.begin(), vPlaced.end());
     return vPlaced;
 }
@@ -108,10 +110,10 @@ Point3 freePlaceBeside(const Point3& p, u64 ccd, double cellSize, const UsedPosi
 
 std::vector<u64> cellsOf(const CMesh& mesh)
 {
+    std::vector<Bundle*> vBundles;
+    mesh.getBundlesByCode(vBundles);
     std::vector<u64> vRCD;
-    vRCD.reserve(mesh.getBundles().size());
-    for (const auto& [ccd, pBundle] : mesh.getBundles())
-        vRCD.push_back(Calc::ccdToRCD(ccd));
+    transformMT(vBundles, vRCD, [](const Bundle* pBundle) { return Calc::ccdToRCD(pBundle->ccd); });
     return vRCD;
 }
 

@@ -1,11 +1,10 @@
 #include "numberEdges.h"
 
-#include "tesk_tools/KeyBuckets.h"
 #include "zanAssert.h"
 
 #include <algorithm>
 #include <limits>
-#include <utility>
+#include <numeric>
 
 namespace TESK_ZAN
 {
@@ -13,52 +12,55 @@ namespace TESK_ZAN
 namespace
 {
 
-// f(side, lower end, higher end) for all sides in order.
-template <class F>
-void forEachSide(const std::vector<CornerNumbers>& vTriangles, F f)
+// The edges that there are so far, at their lower ends.
+class EdgeList
 {
-    std::uint32_t side = 0;
-    for (const CornerNumbers& corners : vTriangles)
-        for (const auto& [i, j] : SIDE_ENDS) {
-            const auto [low, high] = std::minmax({corners[i], corners[j]});
-            f(side++, low, high);
-        }
-}
-
-// For each side the first one with the same ends.
-std::vector<std::uint32_t> findFirstSides(const std::vector<CornerNumbers>& vTriangles, std::size_t numVtx)
-{
-    // The sides at their lower end, each as its higher end and, in the lower half, its place.
-    TESK_TOOLS::KeyBuckets<std::uint64_t> buckets(numVtx);
-    forEachSide(vTriangles, [&](std::uint32_t, std::uint32_t low, std::uint32_t) { buckets.announce(low); });
-    buckets.makeRoom();
-    forEachSide(vTriangles, [&](std::uint32_t side, std::uint32_t low, std::uint32_t high) {
-        buckets.add(low, std::uint64_t{high} << 32 | side);
-    });
-
-    std::vector<std::uint32_t> vFirst(3 * vTriangles.size());
-    for (std::size_t vtx = 0; vtx < numVtx; ++vtx) {
-        const auto sides = buckets.get(std::uint32_t(vtx));
-        std::sort(sides.begin(), sides.end());
-        std::uint64_t first = 0;
-        for (const std::uint64_t side : sides) {
-            if (side >> 32 != first >> 32 || side == sides.front())
-                first = side;
-            vFirst[std::uint32_t(side)] = std::uint32_t(first);
-        }
+public:
+    EdgeList(const std::vector<CornerNumbers>& vTriangles, std::size_t numVtx) : vFirst(numVtx + 1, 0)
+    {
+        for (const CornerNumbers& corners : vTriangles)
+            for (const auto& [i, j] : SIDE_ENDS)
+                ++vFirst[std::min(corners[i], corners[j]) + 1];
+        std::partial_sum(vFirst.begin(), vFirst.end(), vFirst.begin());
+        vNumAt.resize(numVtx, 0);
+        vEdges.resize(3 * vTriangles.size()); // more than there are: room for each side
     }
-    return vFirst;
-}
+
+    // The number of the edge, the next free one if it is new.
+    std::uint32_t findOrAdd(std::uint32_t a, std::uint32_t b)
+    {
+        const auto [low, high] = std::minmax(a, b);
+        Edge* pEdge = vEdges.data() + vFirst[low];
+        for (const Edge* pEnd = pEdge + vNumAt[low]; pEdge != pEnd; ++pEdge)
+            if (pEdge->high == high)
+                return pEdge->number;
+        ++vNumAt[low];
+        *pEdge = {high, numEdges};
+        return numEdges++;
+    }
+
+private:
+    struct Edge {
+        std::uint32_t high, number;
+    };
+
+    std::vector<std::uint32_t> vFirst; // by lower end, where its edges begin
+    std::vector<std::uint32_t> vNumAt; // and how many there are
+    std::vector<Edge> vEdges;
+    std::uint32_t numEdges = 0;
+};
 
 } // namespace
 
 std::vector<std::uint32_t> numberEdges(const std::vector<CornerNumbers>& vTriangles, std::size_t numVtx)
 {
     zanAssert(vTriangles.size() <= std::numeric_limits<std::uint32_t>::max() / 3);
-    std::vector<std::uint32_t> vNumbers = findFirstSides(vTriangles, numVtx);
-    std::uint32_t numEdges = 0;
-    for (std::uint32_t side = 0; side < vNumbers.size(); ++side) // in place: the first side comes first
-        vNumbers[side] = vNumbers[side] == side ? numEdges++ : vNumbers[vNumbers[side]];
+    EdgeList edges(vTriangles, numVtx);
+    std::vector<std::uint32_t> vNumbers;
+    vNumbers.reserve(3 * vTriangles.size());
+    for (const CornerNumbers& corners : vTriangles)
+        for (const auto& [i, j] : SIDE_ENDS)
+            vNumbers.push_back(edges.findOrAdd(corners[i], corners[j]));
     return vNumbers;
 }
 

@@ -1,4 +1,4 @@
-// Subsystem: mesh on codes. Builds on: KeyBuckets. Used by: CMesh, RMesh.
+// Subsystem: mesh on codes. Builds on: zanAssert. Used by: CMesh.
 // Which sides of many triangles are one edge, without a look-up for each side.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Subsystem: ground. Builds on: nothing. Used by: numberEdges, CMesh.
+// Subsystem: ground. Builds on: nothing. Used by: CMesh.
 // Sorts many small records by a number below a known limit, in linear time.
 #pragma once
 

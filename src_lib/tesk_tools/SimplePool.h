@@ -1,8 +1,9 @@
-// Subsystem: ground. Builds on: messages, zanAssert. Used by: every class with millions of small records.
+// Subsystem: ground. Builds on: messages, zanAssert, largePages. Used by: every class with millions of small records.
 // The pool allocator: raw slots out of large blocks, never freed one by one.
 #pragma once
 
 #include "messages.h"
+#include "tesk_tools/largePages.h"
 #include "zanAssert.h"
 
 #include <algorithm>
@@ -156,6 +157,7 @@ void SimplePool<T>::allocBlock(int numElements)
         TESK_ZAN::messageStream() << "SimplePool::alloc(..), ERROR: Out of memory, sorry" << std::endl;
         std::exit(1);
     }
+    adviseLargePages(pRaw, numBytes);
     pBlock = static_cast<T*>(pRaw);
     vBlocks.back() = pBlock;
     size = numElements;
