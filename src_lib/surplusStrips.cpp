@@ -100,11 +100,9 @@ public:
                 ++patch.numRim;
                 patch.numBorder += pCE->isBorder() ? 1 : 0;
             }
-        for (Patch& patch : vPatches) {
+        for (Patch& patch : vPatches)
             patch.bNarrow = patch.pPatch->getSize() <= std::max(SPECK_SIZE, MAX_SIZE_PER_RIM * patch.numRim);
-            orient(patch.pPatch);
-        }
-        pMesh->clearVisited();
+        orientTwisted();
         lookIntoRooms();
     }
 
@@ -134,6 +132,7 @@ private:
         Index piece = 0;                 // the first one
         bool bNarrow = false;
         bool bSplit = false;
+        bool bTwisted = false;
 
         bool isFin() const { return RIM_PER_BORDER * numBorder > numRim; }
     };
@@ -206,7 +205,19 @@ private:
         return pPiece != nullptr ? *pPiece : vPatches[placeOf(pCT)].piece;
     }
 
-    // A patch with one side only, as a Moebius strip, ends with some triangles at odds.
+    // The division into patches has left neighbours at odds in patches with one side only, as a Moebius
+    // strip. So does this, though not the same ones.
+    void orientTwisted()
+    {
+        for (const CEdge* pCE : pMesh->getE())
+            if (pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]))
+                vPatches[placeOf(pCE->getCTs()[0])].bTwisted = true;
+        for (const Patch& patch : vPatches)
+            if (patch.bTwisted)
+                orient(patch.pPatch);
+        pMesh->clearVisited();
+    }
+
     void orient(CPatch* pPatch)
     {
         vStack.assign(1, pPatch->getMembers().front());
