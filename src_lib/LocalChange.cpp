@@ -97,13 +97,20 @@ bool Shape::isClearlyBetterThan(const Shape& other) const
 bool LocalChanger::improves(const LocalChange& change, const Allowance& allowance, Shape& after)
 {
     Shape before;
-    double shift = 0.0;
-    return foresee(change, before, after, shift) && shift <= allowance.shiftCells * mesh.getCellSize() &&
-           after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
-           after.sharpestCos >= std::min(before.sharpestCos, allowance.turnCos);
+    return plan(change, before, after) && after.isClearlyBetterThan(before) && after.leastAngleCos < 1.0 &&
+           after.sharpestCos >= std::min(before.sharpestCos, allowance.turnCos) &&
+           getShift() <= allowance.shiftCells * mesh.getCellSize(); // last: costs most
 }
 
 bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& after, double& shift)
+{
+    if (!plan(change, before, after))
+        return false;
+    shift = getShift();
+    return true;
+}
+
+bool LocalChanger::plan(const LocalChange& change, Shape& before, Shape& after)
 {
     vOldT.clear();
     vNew.clear();
@@ -117,7 +124,6 @@ bool LocalChanger::foresee(const LocalChange& change, Shape& before, Shape& afte
     collectRim();
     before = shapeOf(vOld);
     after = shapeOf(vNew);
-    shift = getShift();
     return true;
 }
 

@@ -76,6 +76,7 @@ private:
         Vector3 outerNormal; // null: border, or no normal
     };
 
+    bool plan(const LocalChange& change, Shape& before, Shape& after);
     bool planFlip(const REdge& edge);
     bool planCollapse(const REdge& edge, const Point3* pSrc);
     bool mayVanish(const REdge& edge, const Point3* pSrc) const;

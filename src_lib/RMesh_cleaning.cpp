@@ -132,7 +132,7 @@ public:
     explicit Sheets(const std::vector<RTriangle*>& vT) : forest(vT.size())
     {
         // Slices in parallel, each within itself, then what reaches across; that is little.
-        constexpr size_t SLICE_SIZE = 1 << 18;
+        constexpr size_t SLICE_SIZE = 1 << 16;
         std::vector<Links> vLinks(vT.size() / SLICE_SIZE + 1);
         std::vector<std::vector<SideForest::Index>> vvOneSided(vLinks.size());
         forSlicesMT(

@@ -6,6 +6,7 @@
 #include "Calc.h"
 #include "FreeRooms.h"
 #include "sideClues.h"
+#include "sortMT.h"
 #include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
@@ -209,9 +210,14 @@ private:
     // strip. So does this, though not the same ones.
     void orientTwisted()
     {
-        for (const CEdge* pCE : pMesh->getE())
-            if (pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]))
-                vPatches[placeOf(pCE->getCTs()[0])].bTwisted = true;
+        const std::vector<CEdge*> vTwistedCE = selectMT(pMesh->getE(), [](const CEdge* pCE) {
+            return pCE->getDegree() == 2 && pCE->getCTs()[0]->needFlip(pCE->getCTs()[1]);
+        });
+        if (vTwistedCE.empty())
+            return;
+        for (const CEdge* pCE : vTwistedCE)
+            vPatches[placeOf(pCE->getCTs()[0])].bTwisted = true;
+        pMesh->clearVisited();
         for (const Patch& patch : vPatches)
             if (patch.bTwisted)
                 orient(patch.pPatch);
@@ -386,7 +392,6 @@ private:
 
 void getSurplusTriangles(CMesh* pMesh, const FreeRooms& rooms, std::vector<CTriangle*>& vSurplus)
 {
-    pMesh->clearVisited();
     Pieces(pMesh, rooms).appendSurplus(vSurplus);
 }
 
