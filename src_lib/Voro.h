@@ -36,8 +36,8 @@ public:
     // Makes the mesh, or empties the one that there is, and draws the triangles of all cubes: those with one
     // answer in ascending order of the cube keys, then the flat squares in the same order, each on the
     // diagonal that a neighbour already uses. Triangles end up sorted by their corners
-    // (CMesh::createSortedT). Progress "VO_ftx", "VO_amb". About half a second for a million cells of a sheet,
-    // most of it the making of the mesh and the first touch of its 400 bytes a cell.
+    // (CMesh::createSortedT). Progress "VO_ftx", "VO_amb". About half a second for a million cells of a
+    // sheet, most of it the making of the mesh and the first touch of its 400 bytes a cell.
     void fatExtractTriangles();
 
     // The mesh, null before the first extraction. The first call that returns a mesh hands it over to the
