@@ -96,27 +96,25 @@ std::vector<Index> joinOverEdges(const std::vector<EdgeUse>& vEdges, SideForest&
     return vShellOfRoot;
 }
 
-// The rays along one axis, towards less. Those from one coordinate of the next axis are a row, whose plane a
-// triangle meets in a segment.
+// The rays along one axis, towards less. The plane of those with one coordinate on the next axis meets a
+// triangle in a segment. Bands of such planes hold about as many rays each as there are bands, so that a
+// triangle looks at few rays that it does not cross, however these are spread.
 class AxisRays
 {
 public:
     AxisRays(const std::vector<Point3>& vPlaces, std::size_t axis)
         : along(axis), across((axis + 1) % 3), inRow((axis + 2) % 3)
     {
-        transformMT(vPlaces, vStarts, coordsOf);
-        vOrder.resize(vStarts.size());
-        for (Index i = 0; i < vOrder.size(); ++i)
-            vOrder[i] = i;
-        sortMT(vOrder.begin(), vOrder.end(), [this](Index a, Index b) {
-            const Coords &p = vStarts[a], &q = vStarts[b];
-            return std::tie(p[across], p[inRow], a) < std::tie(q[across], q[inRow], b);
-        });
-        for (Index i = 0; i < vOrder.size(); ++i) {
-            const double place = vStarts[vOrder[i]][across];
-            if (vRows.empty() || place != vRows.back().place)
-                vRows.push_back({place, i, i});
-            vRows.back().end = i + 1;
+        vRays.reserve(vPlaces.size());
+        for (const Point3& place : vPlaces)
+            vRays.push_back({coordsOf(place), static_cast<Index>(vRays.size())});
+        sortBy(across, 0, vRays.size());
+        const auto bandSize =
+            std::max<std::size_t>(1, static_cast<std::size_t>(std::sqrt(double(vRays.size()))));
+        for (std::size_t begin = 0; begin < vRays.size(); begin += bandSize) {
+            const std::size_t end = std::min(begin + bandSize, vRays.size());
+            vBands.push_back({vRays[begin].start[across], vRays[end - 1].start[across], begin, end});
+            sortBy(inRow, begin, end);
         }
     }
 
@@ -127,57 +125,92 @@ public:
     {
         std::sort(aCorner.begin(), aCorner.end());
         const auto [low, high] = std::minmax({aCorner[0][across], aCorner[1][across], aCorner[2][across]});
-        auto row = std::lower_bound(vRows.begin(), vRows.end(), low,
-                                    [](const Row& r, double place) { return r.place < place; });
-        for (; row != vRows.end() && row->place < high; ++row)
-            crossRow(aCorner, *row, f);
+        auto band = std::lower_bound(vBands.begin(), vBands.end(), low,
+                                     [](const Band& b, double place) { return b.last < place; });
+        for (; band != vBands.end() && band->first < high; ++band) {
+            const auto [least, greatest] = rangeIn(*band, aCorner);
+            const auto last = vRays.begin() + std::ptrdiff_t(band->end);
+            auto it =
+                std::lower_bound(vRays.begin() + std::ptrdiff_t(band->begin), last, least,
+                                 [this](const Ray& ray, double place) { return ray.start[inRow] < place; });
+            for (; it != last && it->start[inRow] <= greatest; ++it)
+                if (low <= it->start[across] && it->start[across] < high && isCrossed(it->start, aCorner))
+                    f(it->number);
+        }
     }
 
 private:
-    struct Row {
-        double place;
-        Index first, end; // in vOrder
+    struct Ray {
+        Coords start;
+        Index number;
+    };
+    struct Band {
+        double first, last; // coordinates of its rays on the next axis
+        std::size_t begin, end;
     };
     struct End {
         double inRow, along;
     };
 
-    // The plane of a row that lies between the corners meets two of the edges.
-    std::array<End, 2> segmentIn(const Row& row, const std::array<Coords, 3>& aCorner) const
+    static constexpr std::pair<std::size_t, std::size_t> EDGES[3] = {{0, 1}, {0, 2}, {1, 2}};
+
+    void sortBy(std::size_t axis, std::size_t begin, std::size_t end)
+    {
+        sortMT(vRays.begin() + std::ptrdiff_t(begin), vRays.begin() + std::ptrdiff_t(end),
+               [axis](const Ray& a, const Ray& b) {
+                   return std::tie(a.start[axis], a.number) < std::tie(b.start[axis], b.number);
+               });
+    }
+
+    // Where the plane meets an edge that is not parallel to it.
+    End endOn(const Coords& p, const Coords& q, double plane) const
+    {
+        const double part = (plane - p[across]) / (q[across] - p[across]);
+        return {p[inRow] + part * (q[inRow] - p[inRow]), p[along] + part * (q[along] - p[along])};
+    }
+
+    // All ends of segments in the planes of a band lie between these two: rounding does not change the order
+    // along an edge.
+    std::pair<double, double> rangeIn(const Band& band, const std::array<Coords, 3>& aCorner) const
+    {
+        double least = INFINITY, greatest = -INFINITY;
+        for (const auto& [i, j] : EDGES) {
+            const Coords &p = aCorner[i], &q = aCorner[j];
+            const double first = std::max(band.first, std::min(p[across], q[across]));
+            const double last = std::min(band.last, std::max(p[across], q[across]));
+            if (p[across] == q[across] || first > last)
+                continue;
+            for (const double plane : {first, last}) {
+                const double end = endOn(p, q, plane).inRow;
+                least = std::min(least, end);
+                greatest = std::max(greatest, end);
+            }
+        }
+        return {least, greatest};
+    }
+
+    // The plane of the ray lies between the corners, so it meets two of the edges.
+    bool isCrossed(const Coords& start, const std::array<Coords, 3>& aCorner) const
     {
         std::array<End, 2> aEnd{};
         std::size_t numEnds = 0;
-        for (const auto& [i, j] : {std::pair(0U, 1U), std::pair(0U, 2U), std::pair(1U, 2U)}) {
+        for (const auto& [i, j] : EDGES) {
             const Coords &p = aCorner[i], &q = aCorner[j];
-            if ((p[across] <= row.place) == (q[across] <= row.place))
-                continue;
-            const double part = (row.place - p[across]) / (q[across] - p[across]);
-            aEnd[numEnds++] = {p[inRow] + part * (q[inRow] - p[inRow]),
-                               p[along] + part * (q[along] - p[along])};
+            if ((p[across] <= start[across]) != (q[across] <= start[across]))
+                aEnd[numEnds++] = endOn(p, q, start[across]);
         }
         if (aEnd[1].inRow < aEnd[0].inRow)
             std::swap(aEnd[0], aEnd[1]);
-        return aEnd;
-    }
-
-    template <class F>
-    void crossRow(const std::array<Coords, 3>& aCorner, const Row& row, F f) const
-    {
-        const auto [from, to] = segmentIn(row, aCorner);
-        const auto last = vOrder.begin() + row.end;
-        auto it = std::lower_bound(vOrder.begin() + row.first, last, from.inRow,
-                                   [this](Index i, double place) { return vStarts[i][inRow] < place; });
-        for (; it != last && vStarts[*it][inRow] < to.inRow; ++it) {
-            const double part = (vStarts[*it][inRow] - from.inRow) / (to.inRow - from.inRow);
-            if (from.along + part * (to.along - from.along) < vStarts[*it][along])
-                f(*it);
-        }
+        const auto& [from, to] = aEnd;
+        if (start[inRow] < from.inRow || !(start[inRow] < to.inRow))
+            return false;
+        const double part = (start[inRow] - from.inRow) / (to.inRow - from.inRow);
+        return from.along + part * (to.along - from.along) < start[along];
     }
 
     std::size_t along, across, inRow;
-    std::vector<Coords> vStarts;
-    std::vector<Index> vOrder; // of the starts, by row and then along it
-    std::vector<Row> vRows;    // ascending
+    std::vector<Ray> vRays;   // band by band, then by their place along the row
+    std::vector<Band> vBands; // ascending
 };
 
 } // namespace

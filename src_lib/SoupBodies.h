@@ -28,8 +28,8 @@ public:
 
     // For each of the places: for how many of three rays, one along each axis, it is inside. From 2 on it is
     // inside: with closed shells all three agree, but for places on a triangle; a hole or a triangle too much
-    // confuses only the rays that go through it. Linear in the triangles, the rows of places that they meet,
-    // and the crossings; n log n in the places.
+    // confuses only the rays that go through it. Linear in the triangles, the bands of places that they meet
+    // (of n places there are about the root of n), and the crossings; n log n in the places.
     std::vector<char> countInsideVotes(const std::vector<Point3>& vPlaces) const;
 
 private:
