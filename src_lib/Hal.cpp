@@ -100,7 +100,7 @@ std::shared_ptr<Mesh> Hal::oneMelt()
     closeSmallHoles(*pRMesh, MAX_CRACK_EDGES, isMeant);
     repairShapes(*pRMesh);
     orientOutward(*pRMesh);
-    closeThinSheets(*pRMesh, isMeant);
+    closeThinSheets(*pRMesh, bBodiesClosed, isMeant);
     return std::make_shared<Mesh>(pRMesh.release());
 }
 
@@ -193,6 +193,7 @@ void Hal::extractSurface(void (Top::*runPasses)(Voro*))
         return bodies->countInsideVotes(vPlaces);
     });
     (top.*runPasses)(&voro);
+    bBodiesClosed = top.boundsBodies();
 }
 
 // The surface on real coordinates, without twins, consistently oriented, without needles and caps.

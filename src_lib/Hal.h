@@ -70,6 +70,7 @@ private:
     std::map<u64, Bundle*> mCCDBundle; // the same by code
     std::vector<u64> vZeroCCD;         // codes of cells that no point fell into
     std::vector<u64> vBorderCCD;       // cells at borders of a soup, ascending
+    bool bBodiesClosed = false;        // after a melt: see Top::boundsBodies
 };
 
 } // namespace TESK_ZAN

@@ -69,6 +69,9 @@ public:
     // For runMelt: tells what lies inside. Without it sheets are told from each other by what they look like.
     void setInsideVotes(InsideVotes getVotes) { getInsideVotes = std::move(getVotes); }
 
+    // Whether runMelt has told inside from outside: what has a border then is no body.
+    bool boundsBodies() const { return bBoundsBodies; }
+
     // --- rims, fins and the second extraction: Top_borders.cpp ---
 
     // Appends the edges of degree 1 in order of creation. A triangle that hangs with one border edge on two
@@ -105,9 +108,10 @@ public:
 
     // --- the last step of a melt: Top_melt.cpp ---
 
-    // Moves vertices apart that are at one position: one stays, of the input if there is one, each other one
-    // goes up by less than a hundredth of a cell on each axis, to where no vertex is. Where the numbers are
-    // too coarse for that, by smallest representable steps. The point may leave its cell. n log n.
+    // Moves vertices apart that are at one position, or at the ends of an edge that has hardly a length: one
+    // stays, of the input if there is one, each other one goes up by less than a hundredth of a cell on each
+    // axis, to where no vertex is. Where the numbers are too coarse for that, by smallest representable
+    // steps. The point may leave its cell. n log n.
     void separateVertices();
 
     // --- flips and collapses: Top_flips.cpp ---
@@ -228,6 +232,7 @@ private:
 
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
+    bool bBoundsBodies = false;       // see boundsBodies
     InsideVotes getInsideVotes;       // see setInsideVotes; may be empty
     std::vector<u64> vInputBorderCCD; // see setInputBorders
     std::vector<CTriangle*> vKilledT; // see updatePatches

@@ -28,7 +28,8 @@ constexpr u64 MAX_TINY_T_MELT = 8; // as MAX_TINY_T of a reconstruction: a soup 
 constexpr u64 SEPARATION_SEED = 0x5a414e02; // any fixed number
 constexpr std::uint32_t SHIFT_STEPS = 1000; // a shift is one of so many steps of
 constexpr double SHIFT_STEP_CELLS = 1e-5;
-constexpr u64 MAX_SHIFTS = 16; // then the numbers are too coarse for shifts
+constexpr double LEAST_EDGE_CELLS = 1e-5; // parts that meet often have corners a few digits apart
+constexpr u64 MAX_SHIFTS = 16;            // then the numbers are too coarse for shifts
 
 // A vertex with the hash of its position, which finds those with the same one.
 struct PlacedBundle {
@@ -128,7 +129,8 @@ void Top::runMelt(Voro* pVoro)
         pProgress->tick();
         pProgress->finish(true);
     }
-    if (killSurplusOfSolids()) {
+    bBoundsBodies = killSurplusOfSolids();
+    if (bBoundsBodies) {
         finishMelt();
         return;
     }
@@ -209,6 +211,17 @@ void Top::separateVertices()
             p.set(freePlaceBeside(p, pBundle->ccd, pCalc->getCellSize(), used));
             used.add(p);
         }
+    }
+    const double least = LEAST_EDGE_CELLS * pCalc->getCellSize();
+    for (const CEdge* pCE : pMesh->getE()) {
+        if (pCE->getDegree() == 0)
+            continue;
+        const Point3& p0 = *pMesh->getVtx(pCE->getV0());
+        Point3& p1 = *pMesh->getVtx(pCE->getV1());
+        if ((p1 - p0).sqLength() >= least * least)
+            continue;
+        p1.set(freePlaceBeside(p1, pCE->getV1(), pCalc->getCellSize(), used));
+        used.add(p1);
     }
 }
 

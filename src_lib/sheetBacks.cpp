@@ -119,7 +119,7 @@ private:
 
 } // namespace
 
-size_t closeThinSheets(RMesh& mesh, const std::function<bool(const Point3&)>& isMeant)
+size_t closeThinSheets(RMesh& mesh, bool bBodiesClosed, const std::function<bool(const Point3&)>& isMeant)
 {
     const StageTimer stage("RM_backs");
     std::vector<RTriangle*> vBorderT;
@@ -135,7 +135,9 @@ size_t closeThinSheets(RMesh& mesh, const std::function<bool(const Point3&)>& is
         collectSheet(pRT, vSeen, sheet);
         const auto numMeant = std::count_if(sheet.vRim.begin(), sheet.vRim.end(),
                                             [&](const auto& ends) { return isMeant(*ends.first); });
-        if (2 * size_t(numMeant) >= sheet.vRim.size() || !(isNarrow(sheet) || facesOneWay(sheet)))
+        if (2 * size_t(numMeant) >= sheet.vRim.size())
+            continue;
+        if (!(bBodiesClosed || isNarrow(sheet) || facesOneWay(sheet)))
             continue;
         Back(mesh, sheet).create();
         ++numClosed;

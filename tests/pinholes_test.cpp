@@ -112,8 +112,8 @@ TEST(ThinSheets, sheetsGetABackAndBodiesWithAHoleAndMeantBordersDoNot)
     const IndexedMesh single{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2}};
     for (const IndexedMesh& sheet : {zan_test::strip(6), single}) {
         const RealMesh meant(sheet), mesh(sheet);
-        EXPECT_EQ(closeThinSheets(*meant.pMesh, [](const Point3&) { return true; }), 0u);
-        EXPECT_EQ(closeThinSheets(*mesh.pMesh, isNever), 1u);
+        EXPECT_EQ(closeThinSheets(*meant.pMesh, false, [](const Point3&) { return true; }), 0u);
+        EXPECT_EQ(closeThinSheets(*mesh.pMesh, false, isNever), 1u);
         EXPECT_EQ(brokenInvariant(*mesh.pMesh), "");
         const IndexedMesh slab = toIndexed(*mesh.pMesh);
         const zan_test::MeshReport report = zan_test::checkMesh(slab);
@@ -142,5 +142,6 @@ TEST(ThinSheets, sheetsGetABackAndBodiesWithAHoleAndMeantBordersDoNot)
                 box.vTriangles.insert(box.vTriangles.end(), {a, b, c, a, c, d});
             }
     const RealMesh mesh(box);
-    EXPECT_EQ(closeThinSheets(*mesh.pMesh, isNever), 0u);
+    EXPECT_EQ(closeThinSheets(*mesh.pMesh, false, isNever), 0u);
+    EXPECT_EQ(closeThinSheets(*mesh.pMesh, true, isNever), 1u); // no body, whatever its shape
 }
