@@ -5,6 +5,7 @@
 #include "Calc.h"
 #include "FreeRooms.h"
 #include "SideForest.h"
+#include "sortMT.h"
 
 #include <algorithm>
 #include <array>
@@ -48,10 +49,10 @@ Point3 latticePlace(u64 ccd)
 
 std::vector<u64> cellsOf(const CMesh& mesh)
 {
+    std::vector<Bundle*> vBundles;
+    mesh.getBundlesByCode(vBundles);
     std::vector<u64> vRCD;
-    vRCD.reserve(mesh.getBundles().size());
-    for (const auto& [ccd, pBundle] : mesh.getBundles())
-        vRCD.push_back(Calc::ccdToRCD(ccd));
+    transformMT(vBundles, vRCD, [](const Bundle* pBundle) { return Calc::ccdToRCD(pBundle->ccd); });
     return vRCD;
 }
 
