@@ -18,8 +18,12 @@ constexpr int RINGS_WITH_PLANES = 2; // edges from a bend to the flat vertices t
 constexpr int RINGS_BENT = 4;        // edges that a plane is carried on over a bend
 constexpr size_t MIN_FITTED = 6;
 constexpr int NUM_FITS = 2;
-constexpr double OUTLIER_RMS = 2.0;         // from the plane: vertices of the bend that looked flat
-constexpr size_t MAX_FITTED = 64;           // a hub would bring all of its neighbours
+constexpr double OUTLIER_RMS = 2.0;  // from the plane: vertices of the bend that looked flat
+constexpr size_t MAX_FITTED = 64;    // a hub would bring all of its neighbours
+constexpr double NOISE_CELLS = 0.08; // the rms from which on a wider plane may be better
+constexpr int RINGS_IN_NOISE = 6;
+constexpr size_t MAX_FITTED_IN_NOISE = 150;
+constexpr double MAX_RMS_RATIO = 1.15;      // of the wider plane: beyond it the face is curved
 constexpr double MAX_RMS_CELLS = 0.3;       // of the fitted vertices: more is noise
 constexpr double MAX_DISTANCE_CELLS = 0.25; // of a vertex from its plane, or
 constexpr double MAX_DISTANCE_RMS = 3.5;
@@ -151,21 +155,43 @@ void FacePlanes::fitPlanes()
             vPlaneOf[vFlatVtx[place]] = place;
 }
 
-// A plane without a normal where there is too little to fit, or noise.
+// A plane without a normal where there is too little to fit, or too much noise. In some noise that of a wider
+// piece of the face, if that is as plane: a plane is carried on over a few cells, and its tilt counts there.
 FacePlane FacePlanes::fitAround(const Point3* pVtx) const
 {
-    std::vector<Point3*> vFitted = {mesh.getVtx(numberOf(pVtx))}, vRing;
+    const FacePlane face = fitTo(flatAround(pVtx, RINGS_FITTED, MAX_FITTED), vNormal[numberOf(pVtx)]);
+    if (face.plane.getNormal().isDegenerate() || face.rms < NOISE_CELLS * mesh.getCellSize())
+        return face;
+    const FacePlane wide =
+        fitTo(flatAround(pVtx, RINGS_IN_NOISE, MAX_FITTED_IN_NOISE), vNormal[numberOf(pVtx)]);
+    return !wide.plane.getNormal().isDegenerate() && wide.rms <= MAX_RMS_RATIO * face.rms ? wide : face;
+}
+
+// The vertex and the flat ones around it, ring by ring.
+std::vector<Point3*> FacePlanes::flatAround(const Point3* pVtx, int numRings, size_t maxNum) const
+{
+    std::vector<Point3*> vFlat = {mesh.getVtx(numberOf(pVtx))}, vRing;
+    std::vector<std::uint32_t> vSeen = {numberOf(pVtx)}; // ascending
     size_t begin = 0;
-    for (int ring = 0; ring < RINGS_FITTED; ++ring) {
-        const size_t end = vFitted.size();
-        for (; begin < end && vFitted.size() < MAX_FITTED; ++begin) {
-            mesh.getRingVtx(vFitted[begin], vRing);
-            for (Point3* pNeig : vRing)
-                if (!vNormal[numberOf(pNeig)].isDegenerate() &&
-                    std::find(vFitted.begin(), vFitted.end(), pNeig) == vFitted.end())
-                    vFitted.push_back(pNeig);
+    for (int ring = 0; ring < numRings; ++ring) {
+        const size_t end = vFlat.size();
+        for (; begin < end && vFlat.size() < maxNum; ++begin) {
+            mesh.getRingVtx(vFlat[begin], vRing);
+            for (Point3* pNeig : vRing) {
+                const auto pos = std::lower_bound(vSeen.begin(), vSeen.end(), numberOf(pNeig));
+                if (vNormal[numberOf(pNeig)].isDegenerate() ||
+                    (pos != vSeen.end() && *pos == numberOf(pNeig)))
+                    continue;
+                vSeen.insert(pos, numberOf(pNeig));
+                vFlat.push_back(pNeig);
+            }
         }
     }
+    return vFlat;
+}
+
+FacePlane FacePlanes::fitTo(std::vector<Point3*> vFitted, const Vector3& side) const
+{
     FacePlane face;
     for (int fit = 0; fit < NUM_FITS; ++fit) { // each without what the one before found far off
         Vector3 normal;
@@ -175,7 +201,7 @@ FacePlane FacePlanes::fitAround(const Point3* pVtx) const
         });
         if (vFitted.size() < MIN_FITTED || !estimateNNV(vFitted, normal, centroid))
             return {};
-        face.plane = Plane(centroid, normal * vNormal[numberOf(pVtx)] < 0.0 ? normal * -1.0 : normal);
+        face.plane = Plane(centroid, normal * side < 0.0 ? normal * -1.0 : normal);
         double sum = 0.0;
         for (const Point3* p : vFitted)
             sum += std::pow(face.plane.signedDistance(*p), 2);

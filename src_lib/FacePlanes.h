@@ -21,11 +21,11 @@ struct FacePlane {
 
 // A vertex is flat if its triangles turn by less than a quarter of the feature angle from their mean, or on
 // a noisy surface, the mean normals of the neighbours from its own. Within a few edges of one that is not,
-// each flat vertex gets the plane that fits the flat ones around it. From there the planes go on over the
-// other vertices: each takes the plane from its neighbours that it lies in, up to the noise of that plane. So
-// a vertex beside a sharp edge has the plane of the face that it is on, whatever its own triangles look like.
-// What lies in no plane, as on a rounded edge, has none, and neither have vertices far from all bends.
-// Linear, in parallel but for the spreading.
+// each flat vertex gets the plane that fits the flat ones around it, in noise those further around. From
+// there the planes go on over the other vertices: each takes the plane from its neighbours that it lies in,
+// up to the noise of that plane. So a vertex beside a sharp edge has the plane of the face that it is on,
+// whatever its own triangles look like. What lies in no plane, as on a rounded edge, has none, and neither
+// have vertices far from all bends. Linear, in parallel but for the spreading.
 class FacePlanes
 {
 public:
@@ -45,6 +45,8 @@ private:
     void fitPlanes();
     void spread();
     FacePlane fitAround(const Point3* pVtx) const;
+    std::vector<Point3*> flatAround(const Point3* pVtx, int numRings, size_t maxNum) const;
+    FacePlane fitTo(std::vector<Point3*> vFitted, const Vector3& side) const;
     std::uint32_t bestOfNeighbours(const Point3* pVtx) const;
 
     const RMesh& mesh;

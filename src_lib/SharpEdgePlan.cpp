@@ -20,9 +20,11 @@ constexpr double MAX_MOVE_CELLS = 1.5;
 constexpr double MAX_CORNER_MOVE_CELLS = 2.4;
 
 constexpr double ON_EDGE_CELLS = 0.05;      // a vertex nearer to the other plane is on the sharp edge
-constexpr size_t MIN_LINE = 16;             // splits
+constexpr size_t MIN_LINE = 24;             // splits
+constexpr int RINGS_LINKED = 2;             // edges from an end of a split to those of others of its line
+constexpr size_t MAX_TRIANGLES = 32;        // at a vertex: more make a hub, which links nothing
 constexpr double MAX_RESIDUAL_CELLS = 0.05; // on the mean of a line, and beyond the noise of its planes
-constexpr double MAX_RESIDUAL_RMS = 0.8;
+constexpr double MAX_RESIDUAL_RMS = 1.0;
 constexpr double MAX_SIDESTEP_CELLS = 0.25;         // of a line, between the splits of a triangle
 constexpr double MAX_BEND_COS = 0.9396926207859084; // 20 degrees
 constexpr double MIN_CORNER_DET = 0.1;              // of three normals; 1.0 for a cube's corner
@@ -106,19 +108,51 @@ std::vector<std::uint32_t> SharpEdgePlan::rootsOfLines() const
             i = vRoot[i] = vRoot[vRoot[i]];
         return i;
     };
-    const std::vector<std::uint32_t> vSplitOf = splitsOfEdges();
-    for (const RTriangle* pRT : mesh.getAllT())
-        for (int ici = 0; pRT->isAlive() && ici < 3; ++ici) {
-            const std::uint32_t i = vSplitOf[pRT->getRE(ici)->getNumber()];
-            const std::uint32_t k = vSplitOf[pRT->getRE(nextIndex3(ici))->getNumber()];
-            if (i == NONE || k == NONE || !agree(vSplit[i], vSplit[k]))
-                continue;
-            const auto [low, high] = std::minmax({rootOf(i), rootOf(k)}); // of a list: copies
-            vRoot[high] = low;
-        }
+    const std::vector<SplitAt> vAt = splitsAtVertices();
+    const auto firstAt = [&vAt](const Point3* p) {
+        return std::lower_bound(vAt.begin(), vAt.end(), SplitAt{numberOf(p), 0});
+    };
+    std::vector<Point3*> vNear;
+    for (const auto& [vtxNumber, i] : vAt) {
+        collectNear(mesh.getVtx(vtxNumber), vNear);
+        for (const Point3* pNear : vNear)
+            for (auto at = firstAt(pNear); at != vAt.end() && at->first == numberOf(pNear); ++at) {
+                const auto [low, high] = std::minmax({rootOf(i), rootOf(at->second)}); // of a list: copies
+                if (low != high && agree(vSplit[i], vSplit[at->second]))
+                    vRoot[high] = low;
+            }
+    }
     for (std::uint32_t i = 0; i < vRoot.size(); ++i)
         vRoot[i] = rootOf(i);
     return vRoot;
+}
+
+// Each split at both of its ends, in order of their numbers.
+std::vector<SharpEdgePlan::SplitAt> SharpEdgePlan::splitsAtVertices() const
+{
+    std::vector<SplitAt> vAt;
+    for (std::uint32_t i = 0; i < vSplit.size(); ++i)
+        for (int end = 0; end < 2; ++end)
+            vAt.emplace_back(numberOf(vSplit[i].pRE->getVertex(end)), i);
+    std::sort(vAt.begin(), vAt.end());
+    return vAt;
+}
+
+// The vertex and those around it, by number. No hubs, and nothing across them.
+void SharpEdgePlan::collectNear(const Point3* pVtx, std::vector<Point3*>& vNear) const
+{
+    const auto isHub = [](const Point3* p) { return recordOf(p).vTNumbers.size() > MAX_TRIANGLES; };
+    vNear = {mesh.getVtx(numberOf(pVtx))};
+    std::vector<Point3*> vRing;
+    for (int ring = 0; ring <= RINGS_LINKED; ++ring) {
+        std::erase_if(vNear, isHub);
+        sortUniqueByNumber(vNear);
+        const size_t end = ring < RINGS_LINKED ? vNear.size() : 0;
+        for (size_t i = 0; i < end; ++i) {
+            mesh.getRingVtx(vNear[i], vRing);
+            vNear.insert(vNear.end(), vRing.begin(), vRing.end());
+        }
+    }
 }
 
 bool SharpEdgePlan::agree(const EdgeSplit& split0, const EdgeSplit& split1) const

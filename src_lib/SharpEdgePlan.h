@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace TESK_ZAN
@@ -38,10 +39,11 @@ struct CornerSplit {
 
 // Reads the mesh only, but for its cached normals. Splits come in order of their edges.
 //
-// Kept are lines of 16 splits, about 8 cells, or more: splits of one triangle belong to a line if they agree
-// on where it runs. Shorter ones are mostly chance, and a vertex that stands out alone looks worse than a
-// chamfer. And a line is kept only if its vertices lie in their planes as well as those do that the planes
-// were fitted to, give or take 0.05 cells: on an edge that is rounded they do not.
+// Kept are lines of 24 splits, about 12 cells, or more: splits that are no more than two edges apart belong
+// to a line if they agree on where it runs; in noise some between them are missing. Shorter ones are mostly
+// chance, and a vertex that stands out alone looks worse than a chamfer. And a line is kept only if its
+// vertices lie in their planes as well as those do that the planes were fitted to, give or take 0.05 cells:
+// on an edge that is rounded they do not.
 class SharpEdgePlan
 {
 public:
@@ -54,10 +56,14 @@ public:
 private:
     static constexpr std::uint32_t NONE = 0xFFFFFFFF;
 
+    using SplitAt = std::pair<std::uint32_t, std::uint32_t>; // the number of an end, the place of the split
+
     void findSplits(const FacePlanes& planes);
     bool findPlace(const FacePlane& face0, const FacePlane& face1, EdgeSplit& split) const;
     void dropStrays();
     std::vector<std::uint32_t> rootsOfLines() const;
+    std::vector<SplitAt> splitsAtVertices() const;
+    void collectNear(const Point3* pVtx, std::vector<Point3*>& vNear) const;
     bool agree(const EdgeSplit& split0, const EdgeSplit& split1) const;
     void findCorners(const FacePlanes& planes);
     bool findPlace(const RTriangle& triangle, const FacePlanes& planes, Point3& place) const;

@@ -149,11 +149,11 @@ ZAN_EXPORT int closeHoles(std::shared_ptr<Mesh> pMesh, int maxEdges);
 // Gives the sharp edges of the surface back. A mesh made of cells has no vertices on them, so they come out
 // as chamfers, one to two cells wide. Here new vertices are put where the planes of the two smooth faces
 // beside an edge meet, or of three at a corner, and joined along it. Old vertices stay; colours go on.
-// Rounded edges, and those beside faces that are very noisy or curve strongly, stay as they are. Returns how
-// many vertices were added. An extension of version 1.17.
+// Rounded edges, those of less than some twelve cells, and those beside faces that are very noisy or curve
+// strongly, stay as they are. Returns how many vertices were added. An extension of version 1.17.
 //   featureAngle  only edges where the surface turns by more degrees than this, 10 to 90; 40 is usual.
 // Another angle is a warning, and nothing is done. For meshes of a reconstruction, before a reduction;
-// smoothing rounds edges, before or after. Linear; less time than edgeFlips.
+// smoothing rounds edges, before or after. Linear; less time than the reconstruction took.
 ZAN_EXPORT int sharpenEdges(std::shared_ptr<Mesh> pMesh, double featureAngle);
 
 // ---- looking at points and meshes -----------------------------------------------------------------------
