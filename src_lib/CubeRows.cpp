@@ -48,7 +48,7 @@ Square<u64> orderSquare(const u64 cells[6])
 CubeRows::CubeRows(const Casx& casx)
 {
     flatFaces.fill(NO_FACE);
-    for (std::uint8_t face = 0; face < FACES.size(); ++face) {
+    for (std::uint8_t face = 0; face < NO_FACE; ++face) {
         flatFaces[std::size_t(FACES[face].config)] = face;
         fillSquare(casx, face);
     }
@@ -64,7 +64,7 @@ void CubeRows::fillRow(const Casx& casx, int config)
     zanAssert(vBits.size() <= row.corners.size());
     for (const u64 bit : vBits)
         row.corners[row.numCorners++] = Corner(bit);
-    for (std::uint8_t face = 0; face < FACES.size(); ++face) {
+    for (std::uint8_t face = 0; face < NO_FACE; ++face) {
         const auto [cells, diagonal, lowest, tribit] = FACES[face];
         bool bDrawn = false;
         for (std::size_t i = 0; i < vBits.size(); i += 3) {

@@ -13,11 +13,11 @@ void adviseLargePages([[maybe_unused]] void* pBlock, [[maybe_unused]] std::size_
 {
 #ifdef MADV_HUGEPAGE
     constexpr std::uintptr_t PAGE = 1 << 21;
-    const auto begin = reinterpret_cast<std::uintptr_t>(pBlock);
-    const std::uintptr_t firstPage = (begin + PAGE - 1) & ~(PAGE - 1); // whole pages of the block only
-    const std::uintptr_t endPage = (begin + numBytes) & ~(PAGE - 1);
-    if (firstPage < endPage)
-        static_cast<void>(madvise(reinterpret_cast<void*>(firstPage), endPage - firstPage, MADV_HUGEPAGE));
+    const std::size_t offset = (PAGE - reinterpret_cast<std::uintptr_t>(pBlock) % PAGE) % PAGE;
+    if (numBytes < offset + PAGE)
+        return; // no whole page
+    const std::size_t numInPages = (numBytes - offset) / PAGE * PAGE;
+    static_cast<void>(madvise(static_cast<char*>(pBlock) + offset, numInPages, MADV_HUGEPAGE));
 #endif
 }
 
