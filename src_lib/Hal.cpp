@@ -39,6 +39,7 @@ namespace
 
 constexpr int SMOOTH_ROUNDS = 5;
 constexpr size_t MAX_CRACK_EDGES = 150;  // of a melt: the cost is cubic in this
+constexpr double MELT_SHIFT_CELLS = 0.3; // a soup is no noisy cloud: its edges are where they are
 constexpr double WORTH_A_WARNING = 0.03; // of the points
 constexpr double MAX_GAP_EDGES = 12.0;   // of a reconstruction: what is larger is no fault of a few cells
 
@@ -98,9 +99,9 @@ std::shared_ptr<Mesh> Hal::oneMelt()
     // sheet.
     const auto isMeant = [this](const Point3& p) { return isAtBorder(p); };
     closeSmallHoles(*pRMesh, MAX_CRACK_EDGES, isMeant);
-    repairShapes(*pRMesh);
     orientOutward(*pRMesh);
     closeThinSheets(*pRMesh, bBodiesClosed, isMeant);
+    repairShapes(*pRMesh, MELT_SHIFT_CELLS);
     return std::make_shared<Mesh>(pRMesh.release());
 }
 

@@ -79,11 +79,13 @@ class ShapeRepair
 public:
     explicit ShapeRepair(RMesh& mesh_) : mesh(mesh_), changer(mesh_) {}
 
-    ShapeReport run()
+    ShapeReport run(double maxShiftCells)
     {
         findBad();
         report.numBad = vHeap.size();
         for (const Allowance& allowance : ALLOWANCES) {
+            if (allowance.shiftCells > maxShiftCells)
+                break;
             emptyHeap(allowance);
             enqueueLeft();
         }
@@ -215,10 +217,10 @@ void ShapeRepair::enqueueAround()
 
 } // namespace
 
-ShapeReport repairShapes(RMesh& mesh)
+ShapeReport repairShapes(RMesh& mesh, double maxShiftCells)
 {
     const StageTimer stage("RM_shapes");
-    return ShapeRepair(mesh).run();
+    return ShapeRepair(mesh).run(maxShiftCells);
 }
 
 } // namespace TESK_ZAN
