@@ -185,6 +185,7 @@ public:
 
     // Appends all bundles by ascending code: what a walk over the map gives, in a fraction of the time.
     void getBundlesByCode(std::vector<Bundle*>& vOut) const;
+    std::vector<u64> getCellsWithBundle() const; // as RCDs, in the same order
 
     // The bundles that the mesh made, in order of making.
     const std::vector<Bundle*>& getOwnBundles() const { return vOwnBundles; }

@@ -3,6 +3,7 @@
 #include "freeFunctions.h"
 #include "messages.h"
 #include "random.h"
+#include "sortMT.h"
 #include "stageTrace.h"
 #include "zanAssert.h"
 
@@ -71,6 +72,15 @@ void CMesh::getBundlesByCode(std::vector<Bundle*>& vOut) const
     const auto firstLater = std::is_sorted_until(first, vOut.end(), isBefore); // the few that came later
     std::sort(firstLater, vOut.end(), isBefore);
     std::inplace_merge(first, firstLater, vOut.end(), isBefore);
+}
+
+std::vector<u64> CMesh::getCellsWithBundle() const
+{
+    std::vector<Bundle*> vBundles;
+    getBundlesByCode(vBundles);
+    std::vector<u64> vRCD;
+    transformMT(vBundles, vRCD, [](const Bundle* pBundle) { return Calc::ccdToRCD(pBundle->ccd); });
+    return vRCD;
 }
 
 Vector3 getNormalVector(const CMesh* pMesh, u64 ccd0, u64 ccd1, u64 ccd2, bool& bOK)

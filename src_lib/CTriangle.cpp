@@ -37,6 +37,11 @@ CTriangle::CTriangle(u64 c0Given, u64 c1Given, u64 c2Given, u64 vcdGiven, int cf
 {
 }
 
+std::array<u64, 3> CTriangle::getCornerRCDs() const
+{
+    return {Calc::ccdToRCD(c0), Calc::ccdToRCD(c1), Calc::ccdToRCD(c2)};
+}
+
 void CTriangle::getEdgeCCDs(int i, u64& a, u64& b) const
 {
     a = getCorner(nextIndex3(i));

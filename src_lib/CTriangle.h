@@ -6,6 +6,7 @@
 #include "definitions.h"
 #include "zanAssert.h"
 
+#include <array>
 #include <cstdint>
 #include <iosfwd>
 
@@ -39,6 +40,7 @@ public:
         zanAssert(ici >= 0 && ici < 3);
         return ici == 0 ? c0 : (ici == 1 ? c1 : c2);
     }
+    std::array<u64, 3> getCornerRCDs() const; // the corners as RCDs
     bool has(u64 ccd) const { return ccd == c0 || ccd == c1 || ccd == c2; }
 
     // Key of the cube that made the triangle, 0 for triangles that flips made, and the configuration of that

@@ -120,4 +120,25 @@ FreeRooms::Index FreeRooms::roomOf(u64 rcd) const
     return *next == rcd ? NO_ROOM : vParent[static_cast<std::size_t>(next - vRCD_srt.begin())];
 }
 
+FreeRooms::FreeCell FreeRooms::findBeside(const std::array<u64, 3>& corners, bool bInFront) const
+{
+    std::array<std::array<int, 3>, 3> places;
+    for (std::size_t i = 0; i < 3; ++i)
+        rcdToXYZ(corners[i], places[i][0], places[i][1], places[i][2]);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t next = (axis + 1) % 3, prev = (axis + 2) % 3;
+        const int normal = (places[1][next] - places[0][next]) * (places[2][prev] - places[0][prev]) -
+                           (places[1][prev] - places[0][prev]) * (places[2][next] - places[0][next]);
+        if (normal == 0)
+            continue;
+        for (auto place : places) { // no mesh has cells at the ends of the lattice
+            place[axis] += (normal > 0) == bInFront ? 1 : -1;
+            const u64 rcd = xyzToRCD(u64(place[0]), u64(place[1]), u64(place[2]));
+            if (const Index room = roomOf(rcd); room != NO_ROOM)
+                return {rcd, room};
+        }
+    }
+    return {};
+}
+
 } // namespace TESK_ZAN

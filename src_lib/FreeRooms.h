@@ -4,6 +4,7 @@
 
 #include "definitions.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -28,6 +29,14 @@ public:
 
     // Of a cell of the lattice; NO_ROOM if it is not free. Equal numbers tell equal rooms. O(log n).
     Index roomOf(u64 rcd) const;
+
+    // A free cell right before a corner of the triangle between three cells, in front of it or behind; with
+    // NO_ROOM if none of those is free.
+    struct FreeCell {
+        u64 rcd = 0;
+        Index room = NO_ROOM;
+    };
+    FreeCell findBeside(const std::array<u64, 3>& corners, bool bInFront) const;
 
     // All numbers are below this.
     std::size_t size() const { return vParent.size(); }

@@ -188,10 +188,10 @@ void Hal::extractSurface(void (Top::*runPasses)(Voro*))
     Top top(pCMesh.get(), pCalc);
     top.setInputBorders(vBorderCCD);
     std::optional<SoupBodies> bodies;
-    top.setInsideVotes([this, &bodies](const std::vector<Point3>& vPlaces) {
+    top.setInsideTest([this, &bodies](const std::vector<Point3>& vPlaces) {
         if (!bodies)
             bodies.emplace(pCldMgr->getInputPoints());
-        return bodies->countInsideVotes(vPlaces);
+        return bodies->findInside(vPlaces);
     });
     (top.*runPasses)(&voro);
     bBodiesClosed = top.boundsBodies();

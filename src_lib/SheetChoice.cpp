@@ -109,9 +109,7 @@ private:
                     vNumAtE[e] = 0; // a rim
                     continue;
                 }
-                const Index a = forest.find(i).index, b = forest.find(vFirstAtE[e]).index;
-                if (a != b)
-                    forest.attach(std::max(a, b), std::min(a, b), false);
+                forest.join(i, vFirstAtE[e]);
             }
         vPieceOfT.resize(vCT.size());
         for (Index i = 0; i < vCT.size(); ++i) {

@@ -3,6 +3,7 @@
 // Groups of things with two sides, that grow by joining.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
@@ -53,6 +54,14 @@ public:
     {
         vParent[rootGone] = rootKept;
         vTurned[rootGone] = bTurned ? 1 : 0;
+    }
+
+    // Makes one group of those of two elements, whose roots face the same way then. The lower root is kept.
+    void join(Index a, Index b)
+    {
+        const Index rootA = find(a).index, rootB = find(b).index;
+        if (rootA != rootB)
+            attach(std::max(rootA, rootB), std::min(rootA, rootB), false);
     }
 
 private:

@@ -23,7 +23,7 @@ using Coords = std::array<double, 3>;
 constexpr Index NO_SHELL = UINT32_MAX;
 constexpr Index OPEN = 0;                 // the shell of what ends somewhere
 constexpr std::size_t SHELL_SAMPLES = 16; // corners that all have to lie within another shell
-constexpr int INSIDE_FROM = 2;            // of three votes
+constexpr int INSIDE_FROM = 2;            // of three rays
 constexpr std::size_t CRACK_PART = 10;    // of the edges: with more odd ones it is no shell
 
 Coords coordsOf(const Point3& p)
@@ -74,12 +74,8 @@ std::vector<Index> joinOverEdges(const std::vector<EdgeUse>& vEdges, SideForest&
 {
     std::vector<std::pair<Index, bool>> vEdgeAt; // of each edge a triangle, and whether it has an odd number
     for (std::size_t first = 0, last = 0; first < vEdges.size(); first = last) {
-        for (; last < vEdges.size() && isSameEdge(vEdges[last], vEdges[first]); ++last) {
-            const Index a = forest.find(vEdges[first].triangle).index;
-            const Index b = forest.find(vEdges[last].triangle).index;
-            if (a != b)
-                forest.attach(std::max(a, b), std::min(a, b), false);
-        }
+        for (; last < vEdges.size() && isSameEdge(vEdges[last], vEdges[first]); ++last)
+            forest.join(vEdges[first].triangle, vEdges[last].triangle);
         vEdgeAt.emplace_back(vEdges[first].triangle, (last - first) % 2 == 1);
     }
     const std::size_t numT = forest.size();
@@ -334,7 +330,7 @@ void SoupBodies::getCrossings(const std::vector<Point3>& vPlaces, std::size_t ax
     vCrossings.resize(numKept);
 }
 
-std::vector<char> SoupBodies::countInsideVotes(const std::vector<Point3>& vPlaces) const
+std::vector<char> SoupBodies::findInside(const std::vector<Point3>& vPlaces) const
 {
     std::vector<char> vVotes(vPlaces.size(), 0);
     std::vector<Crossing> vCrossings;
@@ -352,6 +348,8 @@ std::vector<char> SoupBodies::countInsideVotes(const std::vector<Point3>& vPlace
         for (std::size_t i = 0; i < vVotes.size(); ++i)
             vVotes[i] = static_cast<char>(vVotes[i] + ((vDepth[i] > 0) != (vTurned[i] != 0) ? 1 : 0));
     }
+    for (char& vote : vVotes)
+        vote = vote >= INSIDE_FROM ? 1 : 0;
     return vVotes;
 }
 

@@ -26,11 +26,11 @@ public:
     // sort.
     explicit SoupBodies(const std::vector<Point3>& vCorners);
 
-    // For each of the places: for how many of three rays, one along each axis, it is inside. From 2 on it is
-    // inside: with closed shells all three agree, but for places on a triangle; a hole or a triangle too much
-    // confuses only the rays that go through it. Linear in the triangles, the bands of places that they meet
-    // (of n places there are about the root of n), and the crossings; n log n in the places.
-    std::vector<char> countInsideVotes(const std::vector<Point3>& vPlaces) const;
+    // For each of the places 1 if it is inside for two of three rays, one along each axis, else 0. With
+    // closed shells all three agree, but for places on a triangle; a hole or a triangle too much confuses
+    // only the rays that go through it. Linear in the triangles, the bands of places that they meet (of n
+    // places there are about the root of n), and the crossings; n log n in the places.
+    std::vector<char> findInside(const std::vector<Point3>& vPlaces) const;
 
 private:
     using Index = std::uint32_t;

@@ -67,7 +67,7 @@ public:
     // For runMelt: the cells where the input ends, ascending. There a border is no fault.
     void setInputBorders(const std::vector<u64>& vCCD_srt) { vInputBorderCCD = vCCD_srt; }
     // For runMelt: tells what lies inside. Without it sheets are told from each other by what they look like.
-    void setInsideVotes(InsideVotes getVotes) { getInsideVotes = std::move(getVotes); }
+    void setInsideTest(InsideTest test) { findInside = std::move(test); }
 
     // Whether runMelt has told inside from outside: what has a border then is no body.
     bool boundsBodies() const { return bBoundsBodies; }
@@ -233,7 +233,7 @@ private:
     CMesh* pMesh;                     // not owned
     const Calc* pCalc;                // not owned
     bool bBoundsBodies = false;       // see boundsBodies
-    InsideVotes getInsideVotes;       // see setInsideVotes; may be empty
+    InsideTest findInside;            // see setInsideTest; may be empty
     std::vector<u64> vInputBorderCCD; // see setInputBorders
     std::vector<CTriangle*> vKilledT; // see updatePatches
     std::set<u64> sFeatureCCD;        // the vertices on feature chains

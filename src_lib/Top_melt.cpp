@@ -109,15 +109,6 @@ Point3 freePlaceBeside(const Point3& p, u64 ccd, double cellSize, const UsedPosi
     return moved;
 }
 
-std::vector<u64> cellsOf(const CMesh& mesh)
-{
-    std::vector<Bundle*> vBundles;
-    mesh.getBundlesByCode(vBundles);
-    std::vector<u64> vRCD;
-    transformMT(vBundles, vRCD, [](const Bundle* pBundle) { return Calc::ccdToRCD(pBundle->ccd); });
-    return vRCD;
-}
-
 } // namespace
 
 void Top::runMelt(Voro* pVoro)
@@ -153,7 +144,7 @@ bool Top::killSurplusOfSolids()
 {
     const StageTimer timer("TP_solids");
     std::vector<CTriangle*> vSurplus;
-    if (!getInsideVotes || !getSurplusOfSolids(*pMesh, getInsideVotes, vSurplus))
+    if (!findInside || !getSurplusOfSolids(*pMesh, findInside, vSurplus))
         return false;
     for (CTriangle* pCT : vSurplus)
         pCT->kill(pMesh);
@@ -168,7 +159,7 @@ void Top::killSurplus()
     pMesh->getDegN(-1, vMeetingCE);
     if (vMeetingCE.empty())
         return;
-    const FreeRooms rooms(cellsOf(*pMesh));
+    const FreeRooms rooms(pMesh->getCellsWithBundle());
     std::vector<CTriangle*> vSurplus;
     do {
         solvePatchPairs(false);

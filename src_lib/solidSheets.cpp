@@ -24,7 +24,6 @@ using Index = SideForest::Index;
 
 constexpr Index NONE = UINT32_MAX;
 
-constexpr char INSIDE_FROM = 2;                   // of three votes
 constexpr std::size_t LOOKS = 64;                 // into a region: more would hardly change the kind
 constexpr double BESIDE_CELLS = 0.25;             // from a triangle, for a look into what lies beside it
 const Vector3 OFF_CENTRE(0.0173, 0.0239, 0.0311); // in cells: planes of parts often run through centres
@@ -47,22 +46,6 @@ Point3 latticePlace(u64 ccd)
     return latticePoint(Calc::ccdToRCD(ccd));
 }
 
-std::vector<u64> cellsOf(const CMesh& mesh)
-{
-    std::vector<Bundle*> vBundles;
-    mesh.getBundlesByCode(vBundles);
-    std::vector<u64> vRCD;
-    transformMT(vBundles, vRCD, [](const Bundle* pBundle) { return Calc::ccdToRCD(pBundle->ccd); });
-    return vRCD;
-}
-
-void join(SideForest& sets, Index a, Index b)
-{
-    const Index rootA = sets.find(a).index, rootB = sets.find(b).index;
-    if (rootA != rootB)
-        sets.attach(std::max(rootA, rootB), std::min(rootA, rootB), false);
-}
-
 // A triangle beside an edge.
 struct Spoke {
     double bearing;
@@ -71,8 +54,8 @@ struct Spoke {
 
 // From a region into a free cell.
 struct Look {
-    Index region, room;
-    u64 rcd;
+    Index region;
+    FreeRooms::FreeCell cell;
 };
 
 // Within the layer of cells.
@@ -99,7 +82,7 @@ class Regions
 {
 public:
     explicit Regions(const CMesh& mesh_)
-        : mesh(mesh_), cellSize(mesh.getCalc()->getCellSize()), rooms(cellsOf(mesh)),
+        : mesh(mesh_), cellSize(mesh.getCalc()->getCellSize()), rooms(mesh.getCellsWithBundle()),
           vPlace(mesh.getT().size(), NONE)
     {
         mesh.getAliveT(vCT);
@@ -111,16 +94,16 @@ public:
     }
 
     // One kind for each room, as most of the looks into it have it. False if too many have it otherwise.
-    bool decideRooms(const InsideVotes& getVotes)
+    bool decideRooms(const InsideTest& findInside)
     {
         std::vector<Point3> vPlaces;
         vPlaces.reserve(vLooks.size());
         for (const Look& look : vLooks)
-            vPlaces.push_back(mesh.getCalc()->getCellMid_RCD(look.rcd) + cellSize * OFF_CENTRE);
-        const std::vector<char> vVotes = getVotes(vPlaces);
+            vPlaces.push_back(mesh.getCalc()->getCellMid_RCD(look.cell.rcd) + cellSize * OFF_CENTRE);
+        const std::vector<char> vInside = findInside(vPlaces);
         std::vector<std::size_t> vIn(rooms.size(), 0), vOut(rooms.size(), 0);
         for (std::size_t i = 0; i < vLooks.size(); ++i)
-            ++(vVotes[i] >= INSIDE_FROM ? vIn : vOut)[vLooks[i].room];
+            ++(vInside[i] != 0 ? vIn : vOut)[vLooks[i].cell.room];
         vRoomKind.assign(rooms.size(), 0);
         std::size_t numContrary = vIn[FreeRooms::OUTSIDE];
         for (std::size_t room = FreeRooms::OUTSIDE + 1; room < rooms.size(); ++room) {
@@ -130,18 +113,18 @@ public:
         return CONTRADICTION_PART * numContrary <= vLooks.size();
     }
 
-    void decideRegions(const InsideVotes& getVotes)
+    void decideRegions(const InsideTest& findInside)
     {
         std::vector<Point3> vPlaces;
         vPlaces.reserve(vBeside.size());
         for (const LookBeside& look : vBeside)
             vPlaces.push_back(look.place);
-        const std::vector<char> vVotes = getVotes(vPlaces);
+        const std::vector<char> vInside = findInside(vPlaces);
         std::vector<int> vLead(vSize.size(), 0); // looks that found inside, less those that found outside
         for (const Look& look : vLooks)
-            vLead[look.region] += vRoomKind[look.room] != 0 ? 1 : -1;
+            vLead[look.region] += vRoomKind[look.cell.room] != 0 ? 1 : -1;
         for (std::size_t i = 0; i < vBeside.size(); ++i)
-            vLead[vBeside[i].region] += vVotes[i] >= INSIDE_FROM ? 1 : -1;
+            vLead[vBeside[i].region] += vInside[i] != 0 ? 1 : -1;
         vKind.resize(vLead.size());
         std::transform(vLead.begin(), vLead.end(), vKind.begin(),
                        [](int lead) { return static_cast<char>(lead > 0 ? 1 : 0); });
@@ -180,8 +163,8 @@ private:
             const u64 from = pCE->getV0(), to = pCE->getV1();
             for (std::size_t i = 0; i < vStar.size(); ++i) {
                 const Index next = vStar[i + 1 < vStar.size() ? i + 1 : 0].triangle;
-                join(forest, sideTowards(vStar[i].triangle, from, to, true),
-                     sideTowards(next, from, to, false));
+                forest.join(sideTowards(vStar[i].triangle, from, to, true),
+                            sideTowards(next, from, to, false));
             }
         }
         vSize.assign(2 * vCT.size(), 0);
@@ -229,35 +212,10 @@ private:
     void lookIntoRooms()
     {
         forSomeSides([this](Index side, Index region) {
-            Look look{region, FreeRooms::NO_ROOM, 0};
-            findFreeCell(side, look);
-            if (look.room != FreeRooms::NO_ROOM)
-                vLooks.push_back(look);
+            const auto cell = rooms.findBeside(vCT[side / 2]->getCornerRCDs(), side % 2 == 0);
+            if (cell.room != FreeRooms::NO_ROOM)
+                vLooks.push_back({region, cell});
         });
-    }
-
-    // A free cell right before a corner of the triangle on that side.
-    void findFreeCell(Index side, Look& look) const
-    {
-        std::array<std::array<int, 3>, 3> aCorner;
-        for (int ici = 0; ici < 3; ++ici) {
-            auto& corner = aCorner[std::size_t(ici)];
-            rcdToXYZ(Calc::ccdToRCD(vCT[side / 2]->getCorner(ici)), corner[0], corner[1], corner[2]);
-        }
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const std::size_t next = (axis + 1) % 3, prev = (axis + 2) % 3;
-            const int normal = (aCorner[1][next] - aCorner[0][next]) * (aCorner[2][prev] - aCorner[0][prev]) -
-                               (aCorner[1][prev] - aCorner[0][prev]) * (aCorner[2][next] - aCorner[0][next]);
-            if (normal == 0)
-                continue;
-            for (auto cell : aCorner) { // no mesh has cells at the ends of the lattice
-                cell[axis] += (normal > 0) == (side % 2 == 0) ? 1 : -1;
-                look.rcd = xyzToRCD(u64(cell[0]), u64(cell[1]), u64(cell[2]));
-                look.room = rooms.roomOf(look.rcd);
-                if (look.room != FreeRooms::NO_ROOM)
-                    return;
-            }
-        }
     }
 
     // Of regions that look into no room. The two sides of a sheet within one region tell nothing.
@@ -315,7 +273,7 @@ private:
         for (Index i = 0; i < vCT.size(); ++i)
             for (int ici = 0; isOutside(i) && ici < 3; ++ici)
                 if (const CEdge* pCE = vCT[i]->getCEdge(ici); pCE->getDegree() == 2)
-                    join(sheets, i, vPlace[pCE->getOtherT(vCT[i])->getNumber()]);
+                    sheets.join(i, vPlace[pCE->getOtherT(vCT[i])->getNumber()]);
         std::vector<Sheet> vSheets(vCT.size());
         for (Index i = 0; i < vCT.size(); ++i) {
             if (!isOutside(i))
@@ -353,14 +311,14 @@ bool isRegular(const CMesh& mesh)
 
 } // namespace
 
-bool getSurplusOfSolids(const CMesh& mesh, const InsideVotes& getVotes, std::vector<CTriangle*>& vSurplus)
+bool getSurplusOfSolids(const CMesh& mesh, const InsideTest& findInside, std::vector<CTriangle*>& vSurplus)
 {
     if (isRegular(mesh))
         return false;
     Regions regions(mesh);
-    if (!regions.decideRooms(getVotes))
+    if (!regions.decideRooms(findInside))
         return false;
-    regions.decideRegions(getVotes);
+    regions.decideRegions(findInside);
     return regions.appendSurplus(vSurplus);
 }
 

@@ -54,33 +54,6 @@ struct View {
     std::size_t net() const { return std::max(numFront, numBack) - stray(); }
 };
 
-// The room right before a triangle, as far as the cells before its corners tell; NO_ROOM if none of them is
-// free. side: 1 in front, -1 behind.
-Index roomBefore(const FreeRooms& rooms, const CTriangle* pCT, int side)
-{
-    std::array<std::array<int, 3>, 3> aCorner;
-    for (int ici = 0; ici < 3; ++ici) {
-        auto& corner = aCorner[std::size_t(ici)];
-        rcdToXYZ(Calc::ccdToRCD(pCT->getCorner(ici)), corner[0], corner[1], corner[2]);
-    }
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const std::size_t next = (axis + 1) % 3, prev = (axis + 2) % 3;
-        const int normal = (aCorner[1][next] - aCorner[0][next]) * (aCorner[2][prev] - aCorner[0][prev]) -
-                           (aCorner[1][prev] - aCorner[0][prev]) * (aCorner[2][next] - aCorner[0][next]);
-        if (normal == 0)
-            continue;
-        for (auto cell : aCorner) {
-            cell[axis] += normal > 0 ? side : -side;
-            if (cell[axis] < 0)
-                return FreeRooms::OUTSIDE;
-            const Index room = rooms.roomOf(xyzToRCD(u64(cell[0]), u64(cell[1]), u64(cell[2])));
-            if (room != FreeRooms::NO_ROOM)
-                return room;
-        }
-    }
-    return FreeRooms::NO_ROOM;
-}
-
 // What is kept or goes as a whole: a patch, or one triangle of a narrow patch whose clues contradict each
 // other. Such a patch came together through a crack in a sheet that it meets, and only a part of it is
 // surplus.
@@ -295,7 +268,7 @@ private:
         vLooks.clear();
         for (std::size_t i = 0; i < vCT.size(); i += step)
             for (const int side : {1, -1}) {
-                const Index room = roomBefore(rooms, vCT[i], side);
+                const Index room = rooms.findBeside(vCT[i]->getCornerRCDs(), side > 0).room;
                 if (room != FreeRooms::NO_ROOM)
                     vLooks.emplace_back(room, side);
             }

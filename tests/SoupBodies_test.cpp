@@ -46,16 +46,16 @@ Soup together(std::initializer_list<Soup> parts)
     return soup;
 }
 
-// The votes at places along x, as one digit each.
-std::string votesAlongX(const Soup& soup, const std::vector<double>& vX)
+// 1 for each place along x that is inside, else 0.
+std::string insideAlongX(const Soup& soup, const std::vector<double>& vX)
 {
     std::vector<Point3> vPlaces;
     for (const double x : vX)
         vPlaces.emplace_back(x, 0.0, 0.0);
-    std::string votes;
-    for (const char vote : SoupBodies(soup).countInsideVotes(vPlaces))
-        votes += std::to_string(int(vote));
-    return votes;
+    std::string inside;
+    for (const char bInside : SoupBodies(soup).findInside(vPlaces))
+        inside += std::to_string(int(bInside));
+    return inside;
 }
 
 } // namespace
@@ -63,7 +63,7 @@ std::string votesAlongX(const Soup& soup, const std::vector<double>& vX)
 // All rays go through edges or corners: y = z = 0 lies on the diagonals of the boxes' faces.
 TEST(SoupBodies, raysThroughEdgesAndCornersCountEachSurfaceOnce)
 {
-    EXPECT_EQ("030", votesAlongX(box(Point3(0, 0, 0), 1), {-1.5, 0.0, 1.5}));
+    EXPECT_EQ("010", insideAlongX(box(Point3(0, 0, 0), 1), {-1.5, 0.0, 1.5}));
     const Soup octahedron = [] {
         Soup soup;
         for (const double x : {-1.0, 1.0})
@@ -72,14 +72,14 @@ TEST(SoupBodies, raysThroughEdgesAndCornersCountEachSurfaceOnce)
                     soup.insert(soup.end(), {Point3(x, 0, 0), Point3(0, y, 0), Point3(0, 0, z)});
         return soup;
     }();
-    EXPECT_EQ("0330", votesAlongX(octahedron, {-1.5, -0.5, 0.25, 1.5}));
+    EXPECT_EQ("0110", insideAlongX(octahedron, {-1.5, -0.5, 0.25, 1.5}));
 }
 
 TEST(SoupBodies, bodiesThatCrossAreOneHoweverTheyAreWound)
 {
     const Soup a = box(Point3(0, 0, 0), 2), b = box(Point3(3, 0, 0), 2);
     for (const Soup& soup : {together({a, b}), together({a, reversed(b)}), together({reversed(a), b})})
-        EXPECT_EQ("03330", votesAlongX(soup, {-2.5, 0.0, 1.5, 3.0, 5.5}));
+        EXPECT_EQ("01110", insideAlongX(soup, {-2.5, 0.0, 1.5, 3.0, 5.5}));
 }
 
 TEST(SoupBodies, shellWoundAgainstTheOneAroundItIsACavity)
@@ -88,9 +88,9 @@ TEST(SoupBodies, shellWoundAgainstTheOneAroundItIsACavity)
     const Soup core = box(Point3(0, 0, 0), 1), other = box(Point3(12, 0, 0), 1);
     const std::vector<double> vX{-5.0, -3.5, -2.0, 0.1, 12.0};
     const Soup hollow = together({outer, reversed(inner), core, other});
-    EXPECT_EQ("03033", votesAlongX(hollow, vX));
-    EXPECT_EQ("03033", votesAlongX(together({reversed(outer), inner, reversed(core), other}), vX));
-    EXPECT_EQ("03333", votesAlongX(together({outer, inner, core, other}), vX));
+    EXPECT_EQ("01011", insideAlongX(hollow, vX));
+    EXPECT_EQ("01011", insideAlongX(together({reversed(outer), inner, reversed(core), other}), vX));
+    EXPECT_EQ("01111", insideAlongX(together({outer, inner, core, other}), vX));
 }
 
 TEST(SoupBodies, whatIsNotClosedOrNotFiniteConfusesNoOtherBody)
@@ -99,17 +99,13 @@ TEST(SoupBodies, whatIsNotClosedOrNotFiniteConfusesNoOtherBody)
     torn[0] = Point3(std::numeric_limits<double>::quiet_NaN(), 0, 0);
     const Soup closed = box(Point3(5, 0, 0), 1);
     // Of the torn box the ray along x meets the gap, or its rim; the two others do not.
-    const std::string votes = votesAlongX(together({torn, closed}), {-1.5, 0.25, 5.0, 7.0});
-    EXPECT_EQ('0', votes[0]);
-    EXPECT_GE(votes[1], '2');
-    EXPECT_GE(votes[2], '2');
-    EXPECT_LE(votes[3], '1');
-    EXPECT_EQ("0", votesAlongX({}, {1.0}));
+    EXPECT_EQ("0110", insideAlongX(together({torn, closed}), {-1.5, 0.25, 5.0, 7.0}));
+    EXPECT_EQ("0", insideAlongX({}, {1.0}));
 }
 
 TEST(SoupBodies, cavityWithCracksStaysACavity)
 {
     Soup cavity = reversed(box(Point3(0, 0, 0), 2));
     cavity[4] = cavity[4] + Vector3(1e-9, 0, 0);
-    EXPECT_EQ("0300", votesAlongX(together({box(Point3(0, 0, 0), 4), cavity}), {-5.0, -3.0, 0.1, 6.0}));
+    EXPECT_EQ("0100", insideAlongX(together({box(Point3(0, 0, 0), 4), cavity}), {-5.0, -3.0, 0.1, 6.0}));
 }
