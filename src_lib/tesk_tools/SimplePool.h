@@ -1,5 +1,5 @@
-// Subsystem: ground. Builds on: messages, zanAssert, largePages. Used by: every class with millions of small records.
-// The pool allocator: raw slots out of large blocks, never freed one by one.
+// Subsystem: ground. Builds on: messages, zanAssert, largePages. Used by: every class with millions of small
+// records. The pool allocator: raw slots out of large blocks, never freed one by one.
 #pragma once
 
 #include "messages.h"
