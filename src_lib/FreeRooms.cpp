@@ -27,16 +27,20 @@ FreeRooms::FreeRooms(std::vector<u64> vRCD) : vRCD_srt(std::move(vRCD)), vParent
     std::iota(vParent.begin(), vParent.end(), Index(0));
     sortMT(vRCD_srt.begin(), vRCD_srt.end());
     findRows();
-    const u64 stepX = u64(1) << MAXLEVELS;
+    // At the ends of the lattice a neighbour along y would be a row elsewhere; no mesh has cells there.
+    std::array<std::size_t, 4> aNext{}; // a place that only ascends, for each of the neighbours
     for (const Row& row : vRows) {
-        for (const u64 xy : {row.xy + 1, row.xy + stepX})
-            if (const Row* pNeig = findRow(xy))
-                joinOverlapping(row, *pNeig);
-            else
+        const u64 stepX = u64(1) << MAXLEVELS;
+        const std::array<u64, 4> aXY{row.xy + 1, row.xy + stepX, row.xy - 1, row.xy - stepX};
+        for (std::size_t i = 0; i < aXY.size(); ++i) {
+            const bool bLower = i >= 2; // joined already, as that one's neighbour
+            while (aNext[i] < vRows.size() && vRows[aNext[i]].xy < aXY[i])
+                ++aNext[i];
+            if (aNext[i] == vRows.size() || vRows[aNext[i]].xy != aXY[i])
                 joinToOutside(row);
-        for (const u64 xy : {row.xy - 1, row.xy - stepX})
-            if (findRow(xy) == nullptr)
-                joinToOutside(row);
+            else if (!bLower)
+                joinOverlapping(row, vRows[aNext[i]]);
+        }
     }
     for (Index& parent : vParent) // none is above its run, so it is a room already
         parent = vParent[parent];
@@ -52,7 +56,6 @@ void FreeRooms::findRows()
     }
 }
 
-// At the ends of the lattice a neighbour along y would be a row elsewhere; no mesh has cells there.
 const FreeRooms::Row* FreeRooms::findRow(u64 xy) const
 {
     const auto it = std::lower_bound(vRows.begin(), vRows.end(), xy,

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
-#include <utility>
 #include <vector>
 
 namespace TESK_ZAN
@@ -33,19 +32,15 @@ public:
 
     Root find(Index element)
     {
-        Root root{element, false};
-        while (vParent[root.index] != root.index) {
-            root.bTurned = root.bTurned != (vTurned[root.index] != 0);
-            root.index = vParent[root.index];
-        }
-        bool bTurned = root.bTurned; // of the element at hand
+        bool bTurned = false;
         while (vParent[element] != element) {
-            const bool bTurnedNext = bTurned != (vTurned[element] != 0);
-            vTurned[element] = bTurned ? 1 : 0;
-            bTurned = bTurnedNext;
-            element = std::exchange(vParent[element], root.index);
+            const Index parent = vParent[element];
+            vTurned[element] = vTurned[element] != vTurned[parent] ? 1 : 0; // 0 of a root
+            vParent[element] = vParent[parent];
+            bTurned = bTurned != (vTurned[element] != 0);
+            element = vParent[element];
         }
-        return root;
+        return {element, bTurned};
     }
 
     // Puts the group of rootGone under rootKept; bTurned: one root against the other. Both must be roots, and

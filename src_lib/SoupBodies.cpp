@@ -5,9 +5,11 @@
 #include "Vector3.h"
 #include "sortMT.h"
 #include "tesk_tools/FlatMap.h"
+#include "tesk_tools/KeyBuckets.h"
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <tuple>
 #include <utility>
 
@@ -24,6 +26,7 @@ constexpr Index NO_SHELL = UINT32_MAX;
 constexpr Index OPEN = 0;                 // the shell of what ends somewhere
 constexpr std::size_t SHELL_SAMPLES = 16; // corners that all have to lie within another shell
 constexpr int INSIDE_FROM = 2;            // of three rays
+constexpr std::size_t TRIANGLES_PER_PART = 4096; // of the work that threads share
 constexpr std::size_t CRACK_PART = 10;    // of the edges: with more odd ones it is no shell
 
 Coords coordsOf(const Point3& p)
@@ -307,27 +310,44 @@ void SoupBodies::findCavities()
 void SoupBodies::getCrossings(const std::vector<Point3>& vPlaces, std::size_t axis,
                               std::vector<Crossing>& vCrossings) const
 {
-    vCrossings.clear();
     const AxisRays rays(vPlaces, axis);
-    for (std::size_t t = 0; t < vShellOfT.size(); ++t) {
-        if (vShellOfT[t] == NO_SHELL)
-            continue;
-        const std::array<Coords, 3> aCorner{coordsOf(vCorners[3 * t]), coordsOf(vCorners[3 * t + 1]),
-                                            coordsOf(vCorners[3 * t + 2])};
-        rays.cross(aCorner, [&](Index ray) { vCrossings.push_back({ray, vShellOfT[t]}); });
+    struct Part {
+        std::size_t begin, end; // triangles
+        std::vector<Crossing> vCrossings;
+    };
+    std::vector<Part> vParts;
+    for (std::size_t begin = 0; begin < vShellOfT.size(); begin += TRIANGLES_PER_PART)
+        vParts.push_back({begin, std::min(begin + TRIANGLES_PER_PART, vShellOfT.size()), {}});
+    forBlocksMT(
+        vParts,
+        [&](Part& part) {
+            for (std::size_t t = part.begin; t < part.end; ++t)
+                if (vShellOfT[t] != NO_SHELL)
+                    rays.cross({coordsOf(vCorners[3 * t]), coordsOf(vCorners[3 * t + 1]),
+                                coordsOf(vCorners[3 * t + 2])},
+                               [&](Index ray) { part.vCrossings.push_back({ray, vShellOfT[t]}); });
+        },
+        [] {});
+
+    TESK_TOOLS::KeyBuckets<Index> shells(vPlaces.size()); // by ray
+    for (const Part& part : vParts)
+        for (const Crossing& crossing : part.vCrossings)
+            shells.announce(crossing.ray);
+    shells.makeRoom();
+    for (const Part& part : vParts)
+        for (const Crossing& crossing : part.vCrossings)
+            shells.add(crossing.ray, crossing.shell);
+
+    vCrossings.clear();
+    for (Index ray = 0; ray < vPlaces.size(); ++ray) {
+        const std::span<Index> found = shells.get(ray);
+        std::sort(found.begin(), found.end());
+        for (auto first = found.begin(), last = first; first != found.end(); first = last) {
+            last = std::upper_bound(first, found.end(), *first);
+            if ((last - first) % 2 == 1)
+                vCrossings.push_back({ray, *first});
+        }
     }
-    std::sort(vCrossings.begin(), vCrossings.end(), [](const Crossing& a, const Crossing& b) {
-        return std::tie(a.ray, a.shell) < std::tie(b.ray, b.shell);
-    });
-    std::size_t numKept = 0;
-    for (std::size_t first = 0, last = 0; first < vCrossings.size(); first = last) {
-        while (last < vCrossings.size() && vCrossings[last].ray == vCrossings[first].ray &&
-               vCrossings[last].shell == vCrossings[first].shell)
-            ++last;
-        if ((last - first) % 2 == 1)
-            vCrossings[numKept++] = vCrossings[first];
-    }
-    vCrossings.resize(numKept);
 }
 
 std::vector<char> SoupBodies::findInside(const std::vector<Point3>& vPlaces) const

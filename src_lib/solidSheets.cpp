@@ -151,13 +151,12 @@ public:
     }
 
 private:
-    Index regionOf(Index side) { return forest.find(side).index; }
-    char kindOf(Index side) { return vKind[regionOf(side)]; }
-    bool isOutside(Index i) { return kindOf(2 * i) == 0 && kindOf(2 * i + 1) == 0; } // on both sides
+    char kindOf(Index side) const { return vKind[vRegion[side]]; }
+    bool isOutside(Index i) const { return kindOf(2 * i) == 0 && kindOf(2 * i + 1) == 0; } // on both sides
 
     void findRegions()
     {
-        forest = SideForest(2 * vCT.size());
+        SideForest forest(2 * vCT.size());
         for (const CEdge* pCE : mesh.getE()) {
             sortStar(pCE);
             const u64 from = pCE->getV0(), to = pCE->getV1();
@@ -167,9 +166,12 @@ private:
                             sideTowards(next, from, to, false));
             }
         }
-        vSize.assign(2 * vCT.size(), 0);
-        for (Index side = 0; side < vSize.size(); ++side)
-            ++vSize[regionOf(side)];
+        vRegion.resize(2 * vCT.size());
+        vSize.assign(vRegion.size(), 0);
+        for (Index side = 0; side < vRegion.size(); ++side) {
+            vRegion[side] = forest.find(side).index;
+            ++vSize[vRegion[side]];
+        }
     }
 
     // The triangles at the edge in order, as they lie between the centres of cells; any order of two is one.
@@ -203,7 +205,7 @@ private:
     {
         std::vector<Index> vSeen(vSize.size(), 0);
         for (Index side = 0; side < vSize.size(); ++side) {
-            const Index region = regionOf(side);
+            const Index region = vRegion[side];
             if (vSeen[region]++ % (1 + vSize[region] / LOOKS) == 0)
                 f(side, region);
         }
@@ -225,7 +227,7 @@ private:
         for (const Look& look : vLooks)
             vSeesRoom[look.region] = 1;
         forSomeSides([&](Index side, Index region) {
-            if (vSeesRoom[region] != 0 || regionOf(side ^ 1) == region)
+            if (vSeesRoom[region] != 0 || vRegion[side ^ 1] == region)
                 return;
             const CTriangle* pCT = vCT[side / 2];
             Vector3 nnv;
@@ -243,28 +245,39 @@ private:
         std::vector<int> vNumLooks(vSize.size(), 0);
         for (const LookBeside& look : vBeside)
             ++vNumLooks[look.region];
-        const auto isUnclear = [&](Index region) {
-            return 100 * std::abs(vLead[region]) < CLEAR_PERCENT * vNumLooks[region];
-        };
-        bool bAny = true;
-        for (int turn = 0; turn < UNCLEAR_TURNS && bAny; ++turn) {
-            std::vector<std::array<Index, 2>> vBehind(vSize.size(), {0, 0}); // sides with that kind behind
-            for (Index side = 0; side < vSize.size(); ++side) {
-                const Index region = regionOf(side), behind = regionOf(side ^ 1);
-                if (region != behind)
-                    ++vBehind[region][std::size_t(vKind[behind])];
-            }
-            bAny = false;
-            for (Index region = 0; region < vSize.size(); ++region) {
-                const auto [numOut, numIn] = vBehind[region];
-                if (numOut == numIn || !isUnclear(region))
-                    continue;
-                const bool bKeepMore = vSize[region] >= LARGE_REGION && numOut > 0 && numIn > 0;
-                const char kind = (numIn > numOut) != bKeepMore ? 1 : 0;
-                bAny = bAny || kind != vKind[region];
-                vKind[region] = kind;
-            }
+        std::vector<std::pair<Index, Index>> vBehind; // an unclear region, and one behind a side of it
+        for (Index side = 0; side < vRegion.size(); ++side) {
+            const Index region = vRegion[side], behind = vRegion[side ^ 1];
+            if (region != behind && 100 * std::abs(vLead[region]) < CLEAR_PERCENT * vNumLooks[region])
+                vBehind.emplace_back(region, behind);
         }
+        std::sort(vBehind.begin(), vBehind.end());
+        bool bAny = true;
+        for (int turn = 0; turn < UNCLEAR_TURNS && bAny; ++turn)
+            bAny = followNeighbours(vBehind);
+    }
+
+    // Gives the regions of the pairs the kind that most of their sides have behind them, or if they are large
+    // and look at both, the other one; all at once. True if a kind has changed.
+    bool followNeighbours(const std::vector<std::pair<Index, Index>>& vBehind_srt)
+    {
+        std::vector<std::pair<Index, char>> vNew;
+        for (std::size_t i = 0; i < vBehind_srt.size();) {
+            const Index region = vBehind_srt[i].first;
+            std::array<Index, 2> numOfKind{0, 0};
+            for (; i < vBehind_srt.size() && vBehind_srt[i].first == region; ++i)
+                ++numOfKind[std::size_t(vKind[vBehind_srt[i].second])];
+            const auto [numOut, numIn] = numOfKind;
+            if (numOut == numIn)
+                continue;
+            const bool bKeepMore = vSize[region] >= LARGE_REGION && numOut > 0 && numIn > 0;
+            const char kind = (numIn > numOut) != bKeepMore ? 1 : 0;
+            if (kind != vKind[region])
+                vNew.emplace_back(region, kind);
+        }
+        for (const auto& [region, kind] : vNew)
+            vKind[region] = kind;
+        return !vNew.empty();
     }
 
     // Of triangles with outside on both sides, that hang together over regular edges.
@@ -294,8 +307,8 @@ private:
     FreeRooms rooms;
     std::vector<CTriangle*> vCT;
     std::vector<Index> vPlace; // in vCT, by number
-    SideForest forest;         // of sides
-    std::vector<Index> vSize;  // by region, as vKind; 0 of other sides
+    std::vector<Index> vRegion; // by side
+    std::vector<Index> vSize;   // by region, as vKind; 0 of other sides
     std::vector<Look> vLooks;
     std::vector<LookBeside> vBeside;
     std::vector<char> vRoomKind; // 1 inside, 0 outside
