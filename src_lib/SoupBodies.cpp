@@ -22,6 +22,7 @@ namespace
 using Index = std::uint32_t;
 using Coords = std::array<double, 3>;
 
+constexpr std::size_t NUM_AXES = 3;
 constexpr Index NO_SHELL = UINT32_MAX;
 constexpr Index OPEN = 0;                 // the shell of what ends somewhere
 constexpr std::size_t SHELL_SAMPLES = 16; // corners that all have to lie within another shell
@@ -95,89 +96,100 @@ std::vector<Index> joinOverEdges(const std::vector<EdgeUse>& vEdges, SideForest&
     return vShellOfRoot;
 }
 
+// A place as the rays along an axis see it.
+struct Sight {
+    double across, inRow, along;
+};
+
 // The rays along one axis, towards less. The plane of those with one coordinate on the next axis meets a
 // triangle in a segment. Bands of such planes hold about as many rays each as there are bands, so that a
 // triangle looks at few rays that it does not cross, however these are spread.
 class AxisRays
 {
 public:
-    AxisRays(const std::vector<Point3>& vPlaces, std::size_t axis)
-        : along(axis), across((axis + 1) % 3), inRow((axis + 2) % 3)
+    AxisRays(const std::vector<Point3>& vPlaces, std::size_t axis_) : axis(axis_)
     {
         vRays.reserve(vPlaces.size());
         for (const Point3& place : vPlaces)
-            vRays.push_back({coordsOf(place), static_cast<Index>(vRays.size())});
-        sortBy(across, 0, vRays.size());
+            vRays.push_back({sightOf(coordsOf(place)), static_cast<Index>(vRays.size())});
+        sortBy<&Sight::across>(0, vRays.size());
         const auto bandSize =
             std::max<std::size_t>(1, static_cast<std::size_t>(std::sqrt(double(vRays.size()))));
         for (std::size_t begin = 0; begin < vRays.size(); begin += bandSize) {
             const std::size_t end = std::min(begin + bandSize, vRays.size());
-            vBands.push_back({vRays[begin].start[across], vRays[end - 1].start[across], begin, end});
-            sortBy(inRow, begin, end);
+            vBands.push_back({vRays[begin].start.across, vRays[end - 1].start.across, begin, end});
+            sortBy<&Sight::inRow>(begin, end);
         }
     }
 
     // Calls f for each ray that the triangle crosses. Of neighbouring triangles exactly one gets the rays
     // through their edge: they compute the same ends of segments there.
     template <class F>
-    void cross(std::array<Coords, 3> aCorner, F f) const
+    void cross(std::array<Coords, 3> aCoords, F f) const
     {
-        std::sort(aCorner.begin(), aCorner.end());
-        const auto [low, high] = std::minmax({aCorner[0][across], aCorner[1][across], aCorner[2][across]});
+        std::sort(aCoords.begin(), aCoords.end());
+        const Corners corners{sightOf(aCoords[0]), sightOf(aCoords[1]), sightOf(aCoords[2])};
+        const auto [low, high] = std::minmax({corners[0].across, corners[1].across, corners[2].across});
         auto band = std::lower_bound(vBands.begin(), vBands.end(), low,
                                      [](const Band& b, double place) { return b.last < place; });
         for (; band != vBands.end() && band->first < high; ++band) {
-            const auto [least, greatest] = rangeIn(*band, aCorner);
+            const auto [least, greatest] = rangeIn(*band, corners);
             const auto last = vRays.begin() + std::ptrdiff_t(band->end);
-            auto it =
-                std::lower_bound(vRays.begin() + std::ptrdiff_t(band->begin), last, least,
-                                 [this](const Ray& ray, double place) { return ray.start[inRow] < place; });
-            for (; it != last && it->start[inRow] <= greatest; ++it)
-                if (low <= it->start[across] && it->start[across] < high && isCrossed(it->start, aCorner))
+            auto it = std::lower_bound(vRays.begin() + std::ptrdiff_t(band->begin), last, least,
+                                       [](const Ray& ray, double place) { return ray.start.inRow < place; });
+            for (; it != last && it->start.inRow <= greatest; ++it)
+                if (low <= it->start.across && it->start.across < high && isCrossed(it->start, corners))
                     f(it->number);
         }
     }
 
 private:
     struct Ray {
-        Coords start;
+        Sight start;
         Index number;
     };
     struct Band {
-        double first, last; // coordinates of its rays on the next axis
+        double first, last; // of its rays
         std::size_t begin, end;
     };
     struct End {
         double inRow, along;
     };
+    using Corners = std::array<Sight, 3>;
 
     static constexpr std::pair<std::size_t, std::size_t> EDGES[3] = {{0, 1}, {0, 2}, {1, 2}};
 
-    void sortBy(std::size_t axis, std::size_t begin, std::size_t end)
+    Sight sightOf(const Coords& coords) const
+    {
+        return {coords[(axis + 1) % NUM_AXES], coords[(axis + 2) % NUM_AXES], coords[axis]};
+    }
+
+    template <double Sight::*COORDINATE>
+    void sortBy(std::size_t begin, std::size_t end)
     {
         sortMT(vRays.begin() + std::ptrdiff_t(begin), vRays.begin() + std::ptrdiff_t(end),
-               [axis](const Ray& a, const Ray& b) {
-                   return std::tie(a.start[axis], a.number) < std::tie(b.start[axis], b.number);
+               [](const Ray& a, const Ray& b) {
+                   return std::tie(a.start.*COORDINATE, a.number) < std::tie(b.start.*COORDINATE, b.number);
                });
     }
 
     // Where the plane meets an edge that is not parallel to it.
-    End endOn(const Coords& p, const Coords& q, double plane) const
+    static End endOn(const Sight& p, const Sight& q, double plane)
     {
-        const double part = (plane - p[across]) / (q[across] - p[across]);
-        return {p[inRow] + part * (q[inRow] - p[inRow]), p[along] + part * (q[along] - p[along])};
+        const double part = (plane - p.across) / (q.across - p.across);
+        return {p.inRow + part * (q.inRow - p.inRow), p.along + part * (q.along - p.along)};
     }
 
     // All ends of segments in the planes of a band lie between these two: rounding does not change the order
     // along an edge.
-    std::pair<double, double> rangeIn(const Band& band, const std::array<Coords, 3>& aCorner) const
+    static std::pair<double, double> rangeIn(const Band& band, const Corners& corners)
     {
         double least = INFINITY, greatest = -INFINITY;
         for (const auto& [i, j] : EDGES) {
-            const Coords &p = aCorner[i], &q = aCorner[j];
-            const double first = std::max(band.first, std::min(p[across], q[across]));
-            const double last = std::min(band.last, std::max(p[across], q[across]));
-            if (p[across] == q[across] || first > last)
+            const Sight &p = corners[i], &q = corners[j];
+            const double first = std::max(band.first, std::min(p.across, q.across));
+            const double last = std::min(band.last, std::max(p.across, q.across));
+            if (p.across == q.across || first > last)
                 continue;
             for (const double plane : {first, last}) {
                 const double end = endOn(p, q, plane).inRow;
@@ -189,25 +201,25 @@ private:
     }
 
     // The plane of the ray lies between the corners, so it meets two of the edges.
-    bool isCrossed(const Coords& start, const std::array<Coords, 3>& aCorner) const
+    static bool isCrossed(const Sight& start, const Corners& corners)
     {
         std::array<End, 2> aEnd{};
         std::size_t numEnds = 0;
         for (const auto& [i, j] : EDGES) {
-            const Coords &p = aCorner[i], &q = aCorner[j];
-            if ((p[across] <= start[across]) != (q[across] <= start[across]))
-                aEnd[numEnds++] = endOn(p, q, start[across]);
+            const Sight &p = corners[i], &q = corners[j];
+            if ((p.across <= start.across) != (q.across <= start.across))
+                aEnd[numEnds++] = endOn(p, q, start.across);
         }
         if (aEnd[1].inRow < aEnd[0].inRow)
             std::swap(aEnd[0], aEnd[1]);
         const auto& [from, to] = aEnd;
-        if (start[inRow] < from.inRow || !(start[inRow] < to.inRow))
+        if (start.inRow < from.inRow || !(start.inRow < to.inRow))
             return false;
-        const double part = (start[inRow] - from.inRow) / (to.inRow - from.inRow);
-        return from.along + part * (to.along - from.along) < start[along];
+        const double part = (start.inRow - from.inRow) / (to.inRow - from.inRow);
+        return from.along + part * (to.along - from.along) < start.along;
     }
 
-    std::size_t along, across, inRow;
+    std::size_t axis;
     std::vector<Ray> vRays;   // band by band, then by their place along the row
     std::vector<Band> vBands; // ascending
 };

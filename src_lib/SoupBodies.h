@@ -34,7 +34,6 @@ public:
 
 private:
     using Index = std::uint32_t;
-    static constexpr std::size_t NUM_AXES = 3;
 
     struct Shell {
         Point3 origin;       // of volumes
