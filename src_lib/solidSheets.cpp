@@ -24,6 +24,7 @@ using Index = SideForest::Index;
 
 constexpr Index NONE = UINT32_MAX;
 
+constexpr std::size_t EDGES_PER_PART = 16384;     // of the work that threads share
 constexpr std::size_t LOOKS = 64;                 // into a region: more would hardly change the kind
 constexpr double BESIDE_CELLS = 0.25;             // from a triangle, for a look into what lies beside it
 const Vector3 OFF_CENTRE(0.0173, 0.0239, 0.0311); // in cells: planes of parts often run through centres
@@ -156,16 +157,27 @@ private:
 
     void findRegions()
     {
+        struct Part {
+            std::size_t begin, end;                    // edges
+            std::vector<std::pair<Index, Index>> vMet; // sides that face each other there
+        };
+        const std::vector<CEdge*>& vCE = mesh.getE();
+        std::vector<Part> vParts;
+        for (std::size_t begin = 0; begin < vCE.size(); begin += EDGES_PER_PART)
+            vParts.push_back({begin, std::min(begin + EDGES_PER_PART, vCE.size()), {}});
+        forBlocksMT(
+            vParts,
+            [&](Part& part) {
+                std::vector<Spoke> vStar;
+                for (std::size_t i = part.begin; i < part.end; ++i)
+                    appendMet(vCE[i], vStar, part.vMet);
+            },
+            [] {});
+
         SideForest forest(2 * vCT.size());
-        for (const CEdge* pCE : mesh.getE()) {
-            sortStar(pCE);
-            const u64 from = pCE->getV0(), to = pCE->getV1();
-            for (std::size_t i = 0; i < vStar.size(); ++i) {
-                const Index next = vStar[i + 1 < vStar.size() ? i + 1 : 0].triangle;
-                forest.join(sideTowards(vStar[i].triangle, from, to, true),
-                            sideTowards(next, from, to, false));
-            }
-        }
+        for (const Part& part : vParts)
+            for (const auto& [side, facing] : part.vMet)
+                forest.join(side, facing);
         vRegion.resize(2 * vCT.size());
         vSize.assign(vRegion.size(), 0);
         for (Index side = 0; side < vRegion.size(); ++side) {
@@ -174,8 +186,20 @@ private:
         }
     }
 
+    void appendMet(const CEdge* pCE, std::vector<Spoke>& vStar,
+                   std::vector<std::pair<Index, Index>>& vMet) const
+    {
+        sortStar(pCE, vStar);
+        const u64 from = pCE->getV0(), to = pCE->getV1();
+        for (std::size_t i = 0; i < vStar.size(); ++i) {
+            const Index next = vStar[i + 1 < vStar.size() ? i + 1 : 0].triangle;
+            vMet.emplace_back(sideTowards(vStar[i].triangle, from, to, true),
+                              sideTowards(next, from, to, false));
+        }
+    }
+
     // The triangles at the edge in order, as they lie between the centres of cells; any order of two is one.
-    void sortStar(const CEdge* pCE)
+    void sortStar(const CEdge* pCE, std::vector<Spoke>& vStar) const
     {
         vStar.clear();
         for (const CTriangle* pCT : pCE->getCTs())
@@ -313,7 +337,6 @@ private:
     std::vector<LookBeside> vBeside;
     std::vector<char> vRoomKind; // 1 inside, 0 outside
     std::vector<char> vKind;     // as of rooms
-    std::vector<Spoke> vStar;    // scratch
 };
 
 bool isRegular(const CMesh& mesh)
