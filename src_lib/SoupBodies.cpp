@@ -24,11 +24,11 @@ using Coords = std::array<double, 3>;
 
 constexpr std::size_t NUM_AXES = 3;
 constexpr Index NO_SHELL = UINT32_MAX;
-constexpr Index OPEN = 0;                 // the shell of what ends somewhere
-constexpr std::size_t SHELL_SAMPLES = 16; // corners that all have to lie within another shell
-constexpr int INSIDE_FROM = 2;            // of three rays
+constexpr Index OPEN = 0;                        // the shell of what ends somewhere
+constexpr std::size_t SHELL_SAMPLES = 16;        // corners that all have to lie within another shell
+constexpr int INSIDE_FROM = 2;                   // of three rays
 constexpr std::size_t TRIANGLES_PER_PART = 4096; // of the work that threads share
-constexpr std::size_t CRACK_PART = 10;    // of the edges: with more odd ones it is no shell
+constexpr std::size_t CRACK_PART = 10;           // of the edges: with more odd ones it is no shell
 
 Coords coordsOf(const Point3& p)
 {
@@ -337,7 +337,9 @@ void SoupBodies::getCrossings(const std::vector<Point3>& vPlaces, std::size_t ax
                 if (vShellOfT[t] != NO_SHELL)
                     rays.cross({coordsOf(vCorners[3 * t]), coordsOf(vCorners[3 * t + 1]),
                                 coordsOf(vCorners[3 * t + 2])},
-                               [&](Index ray) { part.vCrossings.push_back({ray, vShellOfT[t]}); });
+                               [&](Index ray) {
+                                   part.vCrossings.push_back({ray, vShellOfT[t]});
+                               });
         },
         [] {});
 

@@ -330,7 +330,7 @@ private:
     double cellSize;
     FreeRooms rooms;
     std::vector<CTriangle*> vCT;
-    std::vector<Index> vPlace; // in vCT, by number
+    std::vector<Index> vPlace;  // in vCT, by number
     std::vector<Index> vRegion; // by side
     std::vector<Index> vSize;   // by region, as vKind; 0 of other sides
     std::vector<Look> vLooks;
