@@ -321,6 +321,12 @@ void CMesh::getDegN(int deg, std::vector<CEdge*>& vCE) const
             vCE.push_back(pCE);
 }
 
+bool CMesh::isRegular() const
+{
+    return std::all_of(vMeshE.begin(), vMeshE.end(),
+                       [](const CEdge* pCE) { return pCE->getDegree() == 0 || pCE->getDegree() == 2; });
+}
+
 double CMesh::getArea() const
 {
     return sumMT(vMeshT, [this](const CTriangle* pCT) { return pCT->isAlive() ? pCT->getArea(this) : 0.0; });

@@ -121,6 +121,9 @@ public:
     // degree 1 or at least 3, -99 of any degree above 0. Any other code is a warning. O(edges).
     void getDegN(int deg, std::vector<CEdge*>& vCE) const;
 
+    // Whether each edge has two triangles or none. O(edges).
+    bool isRegular() const;
+
     // Sum of the areas of the alive triangles.
     double getArea() const;
 

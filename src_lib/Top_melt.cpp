@@ -120,11 +120,16 @@ void Top::runMelt(Voro* pVoro)
         pProgress->tick();
         pProgress->finish(true);
     }
-    bBoundsBodies = killSurplusOfSolids();
-    if (bBoundsBodies) {
-        finishMelt();
-        return;
+    if (!pMesh->isRegular()) {
+        bBoundsBodies = killSurplusOfSolids();
+        if (!bBoundsBodies)
+            settleSheets(pVoro);
     }
+    finishMelt();
+}
+
+void Top::settleSheets(Voro* pVoro)
+{
     cbsComplete(pVoro);
     cbsComplete(pVoro); // the cells of the first one can complete further cubes
     integrateBorders(MAX_TINY_T_MELT);
@@ -136,7 +141,6 @@ void Top::runMelt(Voro* pVoro)
         const StageTimer timer("TP_choice");
         choice.settle(vInputBorderCCD);
     }
-    finishMelt();
 }
 
 // False if the bodies are not to be told from what lies between them; nothing is killed then.

@@ -339,18 +339,10 @@ private:
     std::vector<char> vKind;     // as of rooms
 };
 
-bool isRegular(const CMesh& mesh)
-{
-    return std::all_of(mesh.getE().begin(), mesh.getE().end(),
-                       [](const CEdge* pCE) { return pCE->getDegree() == 0 || pCE->getDegree() == 2; });
-}
-
 } // namespace
 
 bool getSurplusOfSolids(const CMesh& mesh, const InsideTest& findInside, std::vector<CTriangle*>& vSurplus)
 {
-    if (isRegular(mesh))
-        return false;
     Regions regions(mesh);
     if (!regions.decideRooms(findInside))
         return false;

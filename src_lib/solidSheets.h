@@ -27,10 +27,9 @@ using InsideTest = std::function<std::vector<char>(const std::vector<Point3>&)>;
 // then that keeps more of the surface, any other one the kind that keeps less. So does a flat one amid one
 // kind of space.
 //
-// False, with nothing appended, if there is nothing to decide since all edges are regular, if the answers
-// contradict each other, as with a soup that is not closed, or if much of what stays is thin walls. The mesh
-// must be as extracted but for the diagonals of squares. O(n) in triangles, n log n in cells. Extension
-// of 1.17.
+// False, with nothing appended, if the answers contradict each other, as with a soup that is not closed, or
+// if much of what stays is thin walls. The mesh must be as extracted but for the diagonals of squares. O(n)
+// in triangles, n log n in cells. Extension of 1.17.
 bool getSurplusOfSolids(const CMesh& mesh, const InsideTest& findInside, std::vector<CTriangle*>& vSurplus);
 
 } // namespace TESK_ZAN
