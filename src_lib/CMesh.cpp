@@ -182,33 +182,23 @@ CEdge* CMesh::findOrCreateEdge(std::uint32_t vtxA, std::uint32_t vtxB)
     if (ppDead != nullptr) {
         pCE = *ppDead;
         mDeadEdges.erase(ends);
-        linkEdge(pCE, vtxA, vtxB);
-        return pCE;
+    } else {
+        zanAssert(vMeshE.size() < VertexTable::NONE);
+        pCE =
+            std::construct_at(oEdgePool->newObject(), ends.first, ends.second, std::uint32_t(vMeshE.size()));
+        vMeshE.push_back(pCE);
     }
-    return createLinkedEdge(vtxA, vtxB);
-}
-
-// Of vertices that have no edge yet.
-CEdge* CMesh::createLinkedEdge(std::uint32_t vtxA, std::uint32_t vtxB)
-{
-    zanAssert(vMeshE.size() < VertexTable::NONE);
-    const EdgeEnds ends = std::minmax({vertices[vtxA].ccd, vertices[vtxB].ccd});
-    CEdge* pCE =
-        std::construct_at(oEdgePool->newObject(), ends.first, ends.second, std::uint32_t(vMeshE.size()));
-    vMeshE.push_back(pCE);
-    linkEdge(pCE, vtxA, vtxB);
+    linkAt(vtxA, pCE);
+    linkAt(vtxB, pCE);
     return pCE;
 }
 
-void CMesh::linkEdge(CEdge* pCE, std::uint32_t vtxA, std::uint32_t vtxB)
+// To the front of the chain.
+void CMesh::linkAt(std::uint32_t vtx, CEdge* pCE)
 {
-    const bool bFirstIsA = vertices[vtxA].ccd == pCE->v0;
-    CVertex& vertex0 = vertices[bFirstIsA ? vtxA : vtxB];
-    CVertex& vertex1 = vertices[bFirstIsA ? vtxB : vtxA];
-    pCE->next0 = std::exchange(vertex0.firstEdge, pCE->number);
-    pCE->next1 = std::exchange(vertex1.firstEdge, pCE->number);
-    ++vertex0.numEdges;
-    ++vertex1.numEdges;
+    CVertex& vertex = vertices[vtx];
+    (pCE->v0 == vertex.ccd ? pCE->next0 : pCE->next1) = std::exchange(vertex.firstEdge, pCE->number);
+    ++vertex.numEdges;
 }
 
 void CMesh::edgeDied(CEdge* pCE)

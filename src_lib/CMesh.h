@@ -37,7 +37,7 @@ struct TriangleSeed {
 };
 
 // The mesh may be non-manifold: an edge can hold any number of triangles. Points are only read to measure
-// angles and lengths. One thread at a time; only sorts and the clearing of flags are parallel.
+// angles and lengths. One thread at a time; inside, what goes over all of it uses all threads.
 //
 // What the operations keep (checkDataStructures reports by these numbers):
 //  1. an alive triangle has three different corners, and its three edge pointers are the edges of its
@@ -251,10 +251,11 @@ private:
 
     CEdge* findAliveEdge(std::uint32_t vtxA, std::uint32_t vtxB) const;
     CEdge* findOrCreateEdge(std::uint32_t vtxA, std::uint32_t vtxB);
-    CEdge* createLinkedEdge(std::uint32_t vtxA, std::uint32_t vtxB);
-    void linkEdge(CEdge* pCE, std::uint32_t vtxA, std::uint32_t vtxB);
+    void linkAt(std::uint32_t vtx, CEdge* pCE);
     std::vector<std::uint32_t> getVertexNumbers(const std::vector<u64>& vCCD_srt);
     void connectEdges(const std::vector<CTriangle*>& vByNumber, const std::vector<CornerNumbers>& vCorners);
+    void createEdges(const std::vector<CornerNumbers>& vCorners,
+                     const std::vector<std::uint32_t>& vFirstSides);
     void unlinkAt(u64 ccd, const CEdge* pCE);
     template <class F>
     void forEachEdgeAt(u64 ccd, F f) const;
