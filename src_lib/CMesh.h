@@ -174,7 +174,9 @@ public:
 
     // --- vertices: CMesh_vertices.cpp ---
 
-    bool hasBundle(u64 ccd) const;
+    // The bundle of a vertex, null if there is none.
+    Bundle* findBundle(u64 ccd) const;
+    bool hasBundle(u64 ccd) const { return findBundle(ccd) != nullptr; }
 
     // The point of a vertex. A code without a bundle is a failed condition ("q_it!=mCCDBundle.end()"). The
     // pointer belongs to the bundle.

@@ -46,18 +46,17 @@ struct PointSum {
 
 } // namespace
 
-bool CMesh::hasBundle(u64 ccd) const
+Bundle* CMesh::findBundle(u64 ccd) const
 {
     const std::uint32_t number = vertices.find(ccd);
-    return number != VertexTable::NONE && vertices[number].pBundle != nullptr;
+    return number == VertexTable::NONE ? nullptr : vertices[number].pBundle;
 }
 
 Point3* CMesh::getVtx(u64 ccd) const
 {
-    const std::uint32_t number = vertices.find(ccd);
-    zanAssertText(number != VertexTable::NONE && vertices[number].pBundle != nullptr,
-                  "q_it!=mCCDBundle.end()");
-    return vertices[number].pBundle->pVtx;
+    const Bundle* pBundle = findBundle(ccd);
+    zanAssertText(pBundle != nullptr, "q_it!=mCCDBundle.end()");
+    return pBundle->pVtx;
 }
 
 void CMesh::getBundlesByCode(std::vector<Bundle*>& vOut) const

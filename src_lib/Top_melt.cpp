@@ -15,6 +15,7 @@
 #include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
+#include <set>
 #include <tuple>
 
 namespace TESK_ZAN
@@ -43,34 +44,56 @@ bool operator<(const PlacedBundle& a, const PlacedBundle& b)
     return std::tie(a.hash, a.bMade, a.pBundle->ccd) < std::tie(b.hash, b.bMade, b.pBundle->ccd);
 }
 
-std::vector<PlacedBundle> placedBundles(const CMesh& mesh)
+// The vertex of the cell in which p lies, if its position is p, or else null.
+Bundle* findAtHome(const CMesh& mesh, const Point3& p)
 {
+    Bundle* pBundle = mesh.findBundle(mesh.getCalc()->getCCD(&p));
+    return pBundle != nullptr && *pBundle->pVtx == p ? pBundle : nullptr;
+}
+
+// Where a vertex can have the position of another one: of two at one place a stray lies in a cell that is not
+// its own, and strays are few. So these are all strays, and whoever is at home where a stray lies.
+std::vector<PlacedBundle> bundlesRoundStrays(const CMesh& mesh)
+{
+    std::vector<Bundle*> vBundles;
+    mesh.getBundlesByCode(vBundles);
+    const Calc* pCalc = mesh.getCalc();
+    std::vector<Bundle*> vChosen = selectMT(
+        vBundles, [pCalc](const Bundle* pBundle) { return pCalc->getCCD(pBundle->pVtx) != pBundle->ccd; });
+    for (std::size_t i = 0, numStrays = vChosen.size(); i < numStrays; ++i)
+        if (Bundle* pHome = findAtHome(mesh, *vChosen[i]->pVtx))
+            vChosen.push_back(pHome);
+
     std::vector<u64> vMadeCCD;
     for (const Bundle* pBundle : mesh.getOwnBundles())
         vMadeCCD.push_back(pBundle->ccd);
     std::sort(vMadeCCD.begin(), vMadeCCD.end());
-
-    std::vector<Bundle*> vBundles;
-    mesh.getBundlesByCode(vBundles);
     std::vector<PlacedBundle> vPlaced;
-    transformMT(vBundles, vPlaced, [&](Bundle* pBundle) {
+    transformMT(vChosen, vPlaced, [&](Bundle* pBundle) {
         return PlacedBundle{Point3Hash()(*pBundle->pVtx), pBundle,
                             std::binary_search(vMadeCCD.begin(), vMadeCCD.end(), pBundle->ccd)};
     });
     sortMT(vPlaced.begin(), vPlaced.end());
+    const auto last =
+        std::unique(vPlaced.begin(), vPlaced.end(),
+                    [](const PlacedBundle& a, const PlacedBundle& b) { return a.pBundle == b.pBundle; });
+    vPlaced.erase(last, vPlaced.end());
     return vPlaced;
 }
 
-// The positions that are in use while vertices move. Those they came from stay in use: one always stays
-// there.
+// The positions that are in use while vertices move.
 class UsedPositions
 {
 public:
-    explicit UsedPositions(const std::vector<PlacedBundle>& vPlaced_srt) : vPlaced(vPlaced_srt) {}
+    // The bundles round strays, sorted.
+    UsedPositions(const CMesh& mesh_, const std::vector<PlacedBundle>& vPlaced_srt)
+        : mesh(mesh_), vPlaced(vPlaced_srt)
+    {
+    }
 
     bool has(const Point3& p) const
     {
-        if (sNew.find(p) != nullptr)
+        if (sNew.find(p) != nullptr || findAtHome(mesh, p) != nullptr)
             return true;
         const u64 hash = Point3Hash()(p);
         auto it = std::partition_point(vPlaced.begin(), vPlaced.end(),
@@ -83,6 +106,7 @@ public:
     void add(const Point3& p) { sNew.tryEmplace(p, true); }
 
 private:
+    const CMesh& mesh;
     const std::vector<PlacedBundle>& vPlaced;
     TESK_TOOLS::FlatMap<Point3, bool, Point3Hash> sNew;
 };
@@ -107,6 +131,54 @@ Point3 freePlaceBeside(const Point3& p, u64 ccd, double cellSize, const UsedPosi
     while (used.has(moved)) // each step is to a new place, and the used ones are so many and no more
         moveBySmallestStep(moved);
     return moved;
+}
+
+// Of the vertices at one position all but the first move.
+void partEqual(const std::vector<PlacedBundle>& vPlaced_srt, const Calc& calc, UsedPositions& used)
+{
+    for (std::size_t first = 0, last = 0; first < vPlaced_srt.size(); first = last) {
+        while (last < vPlaced_srt.size() && vPlaced_srt[last].hash == vPlaced_srt[first].hash)
+            ++last;
+        for (std::size_t i = first + 1; i < last; ++i) {
+            Bundle* pBundle = vPlaced_srt[i].pBundle;
+            Point3& p = *pBundle->pVtx;
+            const auto isThere = [&](const PlacedBundle& placed) { return *placed.pBundle->pVtx == p; };
+            if (!std::any_of(vPlaced_srt.begin() + std::ptrdiff_t(first),
+                             vPlaced_srt.begin() + std::ptrdiff_t(i), isThere))
+                continue; // two positions with one hash
+            p.set(freePlaceBeside(p, pBundle->ccd, calc.getCellSize(), used));
+            used.add(p);
+        }
+    }
+}
+
+// In order of the edges. A move can make another edge short, which counts if it comes later.
+void partShortEdges(const CMesh& mesh, UsedPositions& used)
+{
+    const double cellSize = mesh.getCalc()->getCellSize();
+    const double least = LEAST_EDGE_CELLS * cellSize;
+    const auto isTooShort = [&mesh, least](const CEdge* pCE) {
+        return pCE->getDegree() > 0 &&
+               !((*mesh.getVtx(pCE->getV1()) - *mesh.getVtx(pCE->getV0())).sqLength() >= least * least);
+    };
+    std::set<std::uint32_t> sNumbers;
+    for (const CEdge* pCE : selectMT(mesh.getE(), isTooShort))
+        sNumbers.insert(sNumbers.end(), pCE->getNumber());
+    std::vector<CEdge*> vCE;
+    while (!sNumbers.empty()) {
+        const CEdge* pCE = mesh.getE()[*sNumbers.begin()];
+        sNumbers.erase(sNumbers.begin());
+        if (!isTooShort(pCE))
+            continue;
+        Point3& p1 = *mesh.getVtx(pCE->getV1());
+        p1.set(freePlaceBeside(p1, pCE->getV1(), cellSize, used));
+        used.add(p1);
+        vCE.clear();
+        mesh.getIncidentCE(pCE->getV1(), vCE);
+        for (const CEdge* pMovedCE : vCE)
+            if (pMovedCE->getNumber() > pCE->getNumber())
+                sNumbers.insert(pMovedCE->getNumber());
+    }
 }
 
 } // namespace
@@ -191,33 +263,10 @@ void Top::finishMelt()
 
 void Top::separateVertices()
 {
-    const std::vector<PlacedBundle> vPlaced = placedBundles(*pMesh);
-    UsedPositions used(vPlaced);
-    for (std::size_t first = 0, last = 0; first < vPlaced.size(); first = last) {
-        while (last < vPlaced.size() && vPlaced[last].hash == vPlaced[first].hash)
-            ++last;
-        for (std::size_t i = first + 1; i < last; ++i) {
-            Bundle* pBundle = vPlaced[i].pBundle;
-            Point3& p = *pBundle->pVtx;
-            const auto isThere = [&](const PlacedBundle& placed) { return *placed.pBundle->pVtx == p; };
-            if (!std::any_of(vPlaced.begin() + std::ptrdiff_t(first), vPlaced.begin() + std::ptrdiff_t(i),
-                             isThere))
-                continue; // two positions with one hash
-            p.set(freePlaceBeside(p, pBundle->ccd, pCalc->getCellSize(), used));
-            used.add(p);
-        }
-    }
-    const double least = LEAST_EDGE_CELLS * pCalc->getCellSize();
-    for (const CEdge* pCE : pMesh->getE()) {
-        if (pCE->getDegree() == 0)
-            continue;
-        const Point3& p0 = *pMesh->getVtx(pCE->getV0());
-        Point3& p1 = *pMesh->getVtx(pCE->getV1());
-        if ((p1 - p0).sqLength() >= least * least)
-            continue;
-        p1.set(freePlaceBeside(p1, pCE->getV1(), pCalc->getCellSize(), used));
-        used.add(p1);
-    }
+    const std::vector<PlacedBundle> vPlaced = bundlesRoundStrays(*pMesh);
+    UsedPositions used(*pMesh, vPlaced);
+    partEqual(vPlaced, *pCalc, used);
+    partShortEdges(*pMesh, used);
 }
 
 } // namespace TESK_ZAN
