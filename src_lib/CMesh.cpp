@@ -48,14 +48,30 @@ bool degreeFits(int degree, int deg)
 
 } // namespace
 
+std::vector<Bundle*> bundlesOf(const std::map<u64, Bundle*>& mCCDBundle)
+{
+    std::vector<Bundle*> vBundles;
+    vBundles.reserve(mCCDBundle.size());
+    for (const auto& entry : mCCDBundle)
+        vBundles.push_back(entry.second);
+    return vBundles;
+}
+
 CMesh::CMesh(Voro* pVoroGiven, const Calc* pCalcGiven, std::map<u64, Bundle*>* pCCDBundleGiven,
              const std::vector<u64>& vZeroCCDGiven)
+    : CMesh(pVoroGiven, pCalcGiven, pCCDBundleGiven, bundlesOf(*pCCDBundleGiven), vZeroCCDGiven)
+{
+}
+
+CMesh::CMesh(Voro* pVoroGiven, const Calc* pCalcGiven, std::map<u64, Bundle*>* pCCDBundleGiven,
+             const std::vector<Bundle*>& vBundles_srt, const std::vector<u64>& vZeroCCDGiven)
     : pVoro(pVoroGiven), pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), vZeroCCD(vZeroCCDGiven)
 {
+    zanAssert(vBundles_srt.size() == pCCDBundle->size());
     std::vector<CVertex> vVertices;
-    vVertices.reserve(pCCDBundle->size());
-    for (const auto& [ccd, pBundle] : *pCCDBundle)
-        vVertices.push_back({ccd, pBundle, VertexTable::NONE, 0});
+    vVertices.reserve(vBundles_srt.size());
+    for (Bundle* pBundle : vBundles_srt)
+        vVertices.push_back({pBundle->ccd, pBundle, VertexTable::NONE, 0});
     vertices.setSorted(std::move(vVertices));
     reserve(0);
 }

@@ -63,6 +63,11 @@ public:
     CMesh(Voro* pVoro, const Calc* pCalc, std::map<u64, Bundle*>* pCCDBundle,
           const std::vector<u64>& vZeroCCD);
 
+    // The same, for one who has the bundles of the map at hand, by ascending code: a walk over a large map
+    // takes as long as all configurations of its cells.
+    CMesh(Voro* pVoro, const Calc* pCalc, std::map<u64, Bundle*>* pCCDBundle,
+          const std::vector<Bundle*>& vBundles_srt, const std::vector<u64>& vZeroCCD);
+
     // With a map of its own, empty at first. bOwnMap only selects this form and must be true.
     CMesh(Voro* pVoro, const Calc* pCalc, bool bOwnMap);
 
@@ -302,6 +307,9 @@ private:
     std::vector<Bundle*> vOwnBundles;
     TESK_TOOLS::FlatMap<u64, bool, TESK_TOOLS::U64Hash> sOwnCCD;
 };
+
+// The bundles of a map, by code.
+std::vector<Bundle*> bundlesOf(const std::map<u64, Bundle*>& mCCDBundle);
 
 // The unit normal of three vertices of the mesh; bOK false and (0, 0, 0) if there is none. A code without a
 // vertex in the mesh is a failed condition ("pVtx is NULL").

@@ -149,7 +149,7 @@ CMesh* Hal::reconstructInHole()
         ZAN_ERROR("Nothing to do (bad input? wrong resolution?)");
         return nullptr;
     }
-    Voro voro(pCalc, &mCCDBundle, &vZeroCCD, TM_FAT);
+    Voro voro(pCalc, &mCCDBundle, vBundles, &vZeroCCD, TM_FAT);
     voro.fatExtractTriangles();
     pCMesh.reset(voro.getCMesh());
     Top top(pCMesh.get(), pCalc);
@@ -182,7 +182,7 @@ bool Hal::takeBundles()
 // that, for which they ask for another extraction.
 void Hal::extractSurface(void (Top::*runPasses)(Voro*))
 {
-    Voro voro(pCalc, &mCCDBundle, &vZeroCCD, TM_FAT);
+    Voro voro(pCalc, &mCCDBundle, vBundles, &vZeroCCD, TM_FAT);
     voro.fatExtractTriangles();
     pCMesh.reset(voro.getCMesh());
     Top top(pCMesh.get(), pCalc);

@@ -16,6 +16,7 @@
 #include <cfloat>
 #include <iterator>
 #include <ostream>
+#include <utility>
 
 namespace TESK_ZAN
 {
@@ -43,11 +44,16 @@ bool hasEdgeBelowDegree2(const CTriangle* pCT)
 
 Voro::Voro(const Calc* pCalcGiven, std::map<u64, Bundle*>* pCCDBundleGiven,
            const std::vector<u64>* pZeroCCDGiven, TriMode tm)
-    : pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), pZeroCCD(pZeroCCDGiven), casx(tm, false), cubeRows(casx)
+    : Voro(pCalcGiven, pCCDBundleGiven, bundlesOf(*pCCDBundleGiven), pZeroCCDGiven, tm)
 {
-    vCCD.reserve(pCCDBundle->size());
-    for (const auto& entry : *pCCDBundle)
-        vCCD.push_back(entry.first);
+}
+
+Voro::Voro(const Calc* pCalcGiven, std::map<u64, Bundle*>* pCCDBundleGiven, std::vector<Bundle*> vBundles_srt,
+           const std::vector<u64>* pZeroCCDGiven, TriMode tm)
+    : pCalc(pCalcGiven), pCCDBundle(pCCDBundleGiven), vBundles(std::move(vBundles_srt)),
+      pZeroCCD(pZeroCCDGiven), casx(tm, false), cubeRows(casx)
+{
+    transformMT(vBundles, vCCD, [](const Bundle* pBundle) { return pBundle->ccd; });
     rebuildBlocks();
 }
 
@@ -115,7 +121,10 @@ void Voro::fatExtractTriangles()
 
 void Voro::createMesh()
 {
-    pMeshOwned = std::make_unique<CMesh>(this, pCalc, pCCDBundle, *pZeroCCD);
+    if (pMesh != nullptr) // which can have changed the map
+        vBundles = bundlesOf(*pCCDBundle);
+    pMeshOwned = std::make_unique<CMesh>(this, pCalc, pCCDBundle, vBundles, *pZeroCCD);
+    vBundles = {};
     pMesh = pMeshOwned.get();
 }
 

@@ -29,6 +29,10 @@ public:
     // The cells are the keys of the map. Nothing is owned, all must outlive this. Cells at the ends of the
     // lattice are a failed condition.
     Voro(const Calc* pCalc, std::map<u64, Bundle*>* pCCDBundle, const std::vector<u64>* pZeroCCD, TriMode tm);
+
+    // The same, for one who has the bundles of the map at hand, by ascending code.
+    Voro(const Calc* pCalc, std::map<u64, Bundle*>* pCCDBundle, std::vector<Bundle*> vBundles_srt,
+         const std::vector<u64>* pZeroCCD, TriMode tm);
     ~Voro();
     Voro(const Voro&) = delete;
     Voro& operator=(const Voro&) = delete;
@@ -83,6 +87,7 @@ private:
 
     const Calc* pCalc;                  // not owned
     std::map<u64, Bundle*>* pCCDBundle; // not owned
+    std::vector<Bundle*> vBundles;      // of the map, until the first mesh
     const std::vector<u64>* pZeroCCD;   // not owned
     std::unique_ptr<CMesh> pMeshOwned;  // until getCMesh hands it over
     CMesh* pMesh = nullptr;             // the same mesh, also afterwards
