@@ -203,10 +203,13 @@ std::unique_ptr<RMesh> Hal::takeOverToRealMesh()
     const StageTimer stage("RM_take");
     getCMesh()->releaseEdges(); // two whole meshes side by side would be the peak of the run
     auto pRMesh = std::make_unique<RMesh>(getCMesh());
-    pCMesh.reset();
-    mCCDBundle.clear();
-    vBundles = {};
-    RTop(pRMesh.get()).run();
+    // Many small records: given back beside the next stage, which does not know them.
+    const auto release = [this] {
+        pCMesh.reset();
+        mCCDBundle.clear();
+        vBundles = {};
+    };
+    besideMT(release, [&pRMesh] { RTop(pRMesh.get()).run(); });
     return pRMesh;
 }
 

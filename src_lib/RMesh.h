@@ -159,6 +159,9 @@ public:
     // Progress "RM_kdeg".
     void killDegenerate(bool bKeepTopology = false);
 
+    // The collapses of that alone; the result is their number. Without one no twins can have come.
+    size_t collapseFlat(bool bKeepTopology = false);
+
     // Kills the later one of two triangles over one edge with the same third corner. Returns the number of
     // findings; a pair of twins is found once per edge.
     size_t killDuplicateTriangles();

@@ -7,6 +7,7 @@
 #include "stageTrace.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace TESK_ZAN
 {
@@ -14,16 +15,28 @@ namespace TESK_ZAN
 namespace
 {
 
-// All triangles of a mesh, the last one first, and in front of them whatever is pushed. As a stack of all of
-// them, without the memory.
-class TriangleStack
+bool isFlat(const RTriangle& triangle)
+{
+    return isFlatAngle(*triangle.getCorner(0), *triangle.getCorner(1), *triangle.getCorner(2));
+}
+
+// The triangles of a mesh that are flat, the last one first, and in front of them whatever is pushed: what
+// has changed. As a stack of all triangles, but those that nothing has to be done about are sorted out in
+// parallel.
+class FlatStack
 {
 public:
-    explicit TriangleStack(const std::vector<RTriangle*>& vT_) : vT(vT_), numLeft(vT_.size()) {}
+    explicit FlatStack(const std::vector<RTriangle*>& vT_) : vT(vT_), numLeft(vT_.size())
+    {
+        transformMT(vT, vMayBeFlat,
+                    [](const RTriangle* pRT) -> char { return pRT->isAlive() && isFlat(*pRT) ? 1 : 0; });
+    }
 
     void push(const std::vector<RTriangle*>& vMore)
     {
         vPushed.insert(vPushed.end(), vMore.begin(), vMore.end());
+        for (const RTriangle* pRT : vMore)
+            vMayBeFlat[numberOf(pRT)] = 1;
     }
 
     // Null when empty.
@@ -34,12 +47,16 @@ public:
             vPushed.pop_back();
             return pRT;
         }
-        return numLeft == 0 ? nullptr : vT[--numLeft];
+        while (numLeft > 0)
+            if (vMayBeFlat[--numLeft] != 0)
+                return vT[numLeft];
+        return nullptr;
     }
 
 private:
     const std::vector<RTriangle*>& vT;
     size_t numLeft;
+    std::vector<char> vMayBeFlat; // by number
     std::vector<RTriangle*> vPushed;
 };
 
@@ -148,13 +165,16 @@ public:
         for (const Links& links : vLinks)
             for (const auto& [pT0, pT1] : links)
                 join(*pT0, *pT1, vOneSided);
+        // A parent is lower than its children, so this leaves each at its root, one step for those that look.
+        for (SideForest::Index number = 0; number < forest.size(); ++number)
+            forest.find(number);
         for (SideForest::Index& number : vOneSided)
             number = forest.find(number).index;
         std::sort(vOneSided.begin(), vOneSided.end());
     }
 
     // The triangle of the sheet with the lowest number.
-    SideForest::Root rootOf(const RTriangle& triangle) { return forest.find(numberOf(&triangle)); }
+    SideForest::Root rootOf(const RTriangle& triangle) const { return forest.look(numberOf(&triangle)); }
 
     bool isOneSided(SideForest::Index root) const
     {
@@ -183,8 +203,8 @@ private:
     void join(const RTriangle& triangle0, const RTriangle& triangle1,
               std::vector<SideForest::Index>& vFoundOneSided)
     {
-        const SideForest::Root root0 = rootOf(triangle0);
-        const SideForest::Root root1 = rootOf(triangle1);
+        const SideForest::Root root0 = forest.find(numberOf(&triangle0));
+        const SideForest::Root root1 = forest.find(numberOf(&triangle1));
         const bool bTurned = triangle0.needFlip(&triangle1) != (root0.bTurned != root1.bTurned);
         if (root0.index != root1.index)
             forest.attach(std::max(root0.index, root1.index), std::min(root0.index, root1.index), bTurned);
@@ -198,28 +218,37 @@ private:
 
 } // namespace
 
-// Each collapse empties a vertex, so the loop ends.
 void RMesh::killDegenerate(bool bKeepTopology)
+{
+    collapseFlat(bKeepTopology);
+    killDuplicateTriangles();
+}
+
+// Each collapse empties a vertex, so the loop ends.
+size_t RMesh::collapseFlat(bool bKeepTopology)
 {
     const StageTimer stage("RM_kdeg");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_kdeg", 3 * vT.size());
-    TriangleStack stack(vT);
+    FlatStack stack(vT);
+    pProgress->tickN(vT.size());
+    size_t numCollapses = 0;
     std::vector<RTriangle*> vTouchedT;
     while (RTriangle* pRT = stack.pop()) {
         pProgress->tick();
-        if (!pRT->isAlive() || !isFlatAngle(*pRT->getCorner(0), *pRT->getCorner(1), *pRT->getCorner(2)))
+        if (!pRT->isAlive() || !isFlat(*pRT))
             continue;
         Point3* pSrc = nullptr;
         Point3* pTrg = nullptr;
         if (!findBestCollapse(pRT, bKeepTopology, pSrc, pTrg))
             continue;
         exchangeCorner(pSrc, pTrg);
+        ++numCollapses;
         vTouchedT.clear();
         getIncidentT(pTrg, vTouchedT);
         stack.push(vTouchedT);
     }
-    killDuplicateTriangles();
     pProgress->finish(true);
+    return numCollapses;
 }
 
 // The move of a corner of pRT along one of the corner's edges that turns the worst of the corner's triangles
@@ -283,24 +312,41 @@ size_t RMesh::createPatchesOrient()
     const StageTimer stage("RM_cpo");
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_cpo", vT.size());
     vRP.clear();
-    Sheets sheets(vT);
-    for (RTriangle* pRT : vT) {
-        pRT->pPatch = nullptr;
-        if (!pRT->isAlive())
-            continue;
-        pProgress->tick();
-        const SideForest::Root root = sheets.rootOf(*pRT);
-        if (root.index == numberOf(pRT)) {
-            vRP.push_back(std::make_unique<RPatch>(this, static_cast<int>(vRP.size())));
-            vRP.back()->addTriangle(pRT);
-            if (sheets.isOneSided(root.index))
-                orientByWalk(pRT);
-            continue;
+    constexpr std::uint32_t NONE = std::numeric_limits<std::uint32_t>::max();
+    const Sheets sheets(vT);
+    std::vector<std::uint32_t> vPatchOf(vT.size()); // by number; the root of the sheet at first
+    forRangeMT(vT.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i) {
+            if (!vT[i]->isAlive()) {
+                vPatchOf[i] = NONE;
+                continue;
+            }
+            const SideForest::Root root = sheets.rootOf(*vT[i]);
+            vPatchOf[i] = root.index;
+            if (root.bTurned && !sheets.isOneSided(root.index))
+                vT[i]->flipOrientation();
         }
-        vT[root.index]->pPatch->addTriangle(pRT);
-        if (root.bTurned && !sheets.isOneSided(root.index))
-            pRT->flipOrientation();
+    });
+    std::vector<std::vector<RTriangle*>> vvMembers;
+    for (size_t i = 0; i < vT.size(); ++i) {
+        if (vPatchOf[i] == NONE)
+            continue;
+        if (vPatchOf[i] == i) { // the lowest number, so the others find its patch there
+            vPatchOf[i] = static_cast<std::uint32_t>(vvMembers.size());
+            vvMembers.emplace_back();
+            if (sheets.isOneSided(static_cast<SideForest::Index>(i)))
+                orientByWalk(vT[i]);
+        } else {
+            vPatchOf[i] = vPatchOf[vPatchOf[i]];
+        }
+        vvMembers[vPatchOf[i]].push_back(vT[i]);
     }
+    for (size_t id = 0; id < vvMembers.size(); ++id)
+        vRP.push_back(std::make_unique<RPatch>(this, static_cast<int>(id), std::move(vvMembers[id])));
+    forRangeMT(vT.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            vT[i]->pPatch = vPatchOf[i] == NONE ? nullptr : vRP[vPatchOf[i]].get();
+    });
     pProgress->finish(true);
     return vRP.size();
 }

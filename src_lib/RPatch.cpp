@@ -7,11 +7,17 @@
 #include "zanAssert.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace TESK_ZAN
 {
 
 RPatch::RPatch(RMesh* pRMesh_, int id_) : id(id_), pRMesh(pRMesh_) {}
+
+RPatch::RPatch(RMesh* pRMesh_, int id_, std::vector<RTriangle*> vMembers)
+    : id(id_), pRMesh(pRMesh_), vRT(std::move(vMembers))
+{
+}
 
 void RPatch::addTriangle(RTriangle* pRT)
 {

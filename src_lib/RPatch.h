@@ -21,6 +21,9 @@ public:
     // id is for debug output only.
     RPatch(RMesh* pRMesh, int id);
 
+    // The members, by creation number, are not told.
+    RPatch(RMesh* pRMesh, int id, std::vector<RTriangle*> vMembers);
+
     // Makes the triangle a member and notes the patch in it; a second time has no effect. A triangle belongs
     // to one patch at most.
     void addTriangle(RTriangle* pRT);

@@ -81,7 +81,8 @@ void RTop::run()
 {
     pRMesh->killDuplicateTriangles();
     pRMesh->createPatchesOrient();
-    pRMesh->killDegenerate();
+    if (pRMesh->collapseFlat() > 0)
+        pRMesh->killDuplicateTriangles();
 }
 
 void RTop::edgeFlips()

@@ -43,6 +43,15 @@ public:
         return {element, bTurned};
     }
 
+    // The same, and leaves the way as it is: for several threads.
+    Root look(Index element) const
+    {
+        bool bTurned = false;
+        for (; vParent[element] != element; element = vParent[element])
+            bTurned = bTurned != (vTurned[element] != 0);
+        return {element, bTurned};
+    }
+
     // Puts the group of rootGone under rootKept; bTurned: one root against the other. Both must be roots, and
     // differ.
     void attach(Index rootGone, Index rootKept, bool bTurned)

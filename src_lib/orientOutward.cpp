@@ -1,13 +1,15 @@
 #include "orientOutward.h"
 
 #include "RMesh.h"
+#include "sortMT.h"
 #include "stageTrace.h"
-#include "tesk_tools/FlatMap.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace TESK_ZAN
@@ -29,19 +31,33 @@ public:
         std::iota(vParent.begin(), vParent.end(), Index(0));
         vTwisted.resize(vT.size(), 0);
         vAtRim.resize(vT.size(), 0);
-        for (const RTriangle* pRT : vT)
-            if (pRT->isAlive())
-                joinToLower(*pRT);
-        for (Index number = 0; number < vT.size(); ++number)
+        // Slices in parallel, each within itself, then what reaches across; that is little.
+        constexpr size_t SLICE_SIZE = 1 << 16;
+        std::vector<Links> vLinks(vT.size() / SLICE_SIZE + 1);
+        forSlicesMT(
+            vT.size(), SLICE_SIZE,
+            [&](size_t from, size_t to) {
+                for (size_t i = from; i < to; ++i)
+                    if (vT[i]->isAlive())
+                        joinToLower(*vT[i], from, vLinks[from / SLICE_SIZE]);
+            },
+            [] {});
+        for (const Links& links : vLinks)
+            for (const auto& [number0, number1] : links)
+                join(number0, number1);
+        // A parent is lower than its children, so this leaves each at its root, one step for those that ask.
+        for (Index number = 0; number < vT.size(); ++number) {
+            const Index root = shortenToRoot(number);
             if (vTwisted[number] != 0)
-                vTwisted[rootOf(number)] = 1;
+                vTwisted[root] = 1;
+        }
     }
 
     // The triangle of the component with the lowest number.
-    Index rootOf(Index number)
+    Index rootOf(Index number) const
     {
         while (vParent[number] != number)
-            number = vParent[number] = vParent[vParent[number]];
+            number = vParent[number];
         return number;
     }
 
@@ -49,7 +65,10 @@ public:
     bool isAtRim(Index number) const { return vAtRim[number] != 0; }
 
 private:
-    void joinToLower(const RTriangle& triangle)
+    using Links = std::vector<std::pair<Index, Index>>;
+
+    // Joins the triangle to its neighbours with lower numbers, but only notes those below first.
+    void joinToLower(const RTriangle& triangle, size_t first, Links& linksAcross)
     {
         const Index number = numberOf(&triangle);
         for (int ici = 0; ici < 3; ++ici) {
@@ -63,10 +82,25 @@ private:
                 continue; // its own turn comes
             if (triangle.needFlip(pNeig))
                 vTwisted[number] = 1;
-            const Index root0 = rootOf(number);
-            const Index root1 = rootOf(numberOf(pNeig));
-            vParent[std::max(root0, root1)] = std::min(root0, root1);
+            if (numberOf(pNeig) < first)
+                linksAcross.emplace_back(numberOf(pNeig), number);
+            else
+                join(numberOf(pNeig), number);
         }
+    }
+
+    void join(Index number0, Index number1)
+    {
+        const Index root0 = shortenToRoot(number0);
+        const Index root1 = shortenToRoot(number1);
+        vParent[std::max(root0, root1)] = std::min(root0, root1);
+    }
+
+    Index shortenToRoot(Index number)
+    {
+        while (vParent[number] != number)
+            number = vParent[number] = vParent[vParent[number]];
+        return number;
     }
 
     const std::vector<RTriangle*>& vT;
@@ -86,46 +120,14 @@ struct Body {
     double volume6 = 0.0;    // six times the volume
     double magnitude6 = 0.0; // the same with every tetrahedron positive
 
+    void placeApex()
+    {
+        if (numRimEnds > 0)
+            apex = Point3() + (1.0 / double(numRimEnds)) * rimSum;
+    }
+
     // So much of the sum must be left for a sign: a flat sheet has none.
     bool isInsideOut() const { return volume6 < -1e-6 * magnitude6; }
-};
-
-// The bodies of all components, by root. Triangles with neighbouring numbers mostly have one root.
-class Bodies
-{
-public:
-    explicit Bodies(const RMesh& mesh) : vT(mesh.getAllT()) {}
-
-    Body& at(Index root)
-    {
-        if (root != lastRoot || vBodies.empty()) {
-            lastSlot = *mSlots.tryEmplace(root, vBodies.size()).first;
-            lastRoot = root;
-            if (lastSlot == vBodies.size())
-                vBodies.emplace_back(*vT[root]);
-        }
-        return vBodies[lastSlot];
-    }
-
-    void placeApexes()
-    {
-        for (Body& body : vBodies)
-            if (body.numRimEnds > 0)
-                body.apex = Point3() + (1.0 / double(body.numRimEnds)) * body.rimSum;
-    }
-
-    size_t countInsideOut() const
-    {
-        return size_t(std::count_if(vBodies.begin(), vBodies.end(),
-                                    [](const Body& body) { return body.isInsideOut(); }));
-    }
-
-private:
-    const std::vector<RTriangle*>& vT;
-    TESK_TOOLS::FlatMap<u64, size_t, TESK_TOOLS::U64Hash> mSlots;
-    std::vector<Body> vBodies;
-    Index lastRoot = 0;
-    size_t lastSlot = 0;
 };
 
 void addRim(const RTriangle& triangle, Body& body)
@@ -148,37 +150,87 @@ double signedVolume6(const RTriangle& triangle, const Point3& apex)
     return v0 * crossProd(v1, v2);
 }
 
+// The bodies of the components that are consistently oriented.
+class Bodies
+{
+public:
+    Bodies(const std::vector<RTriangle*>& vT_, const Components& components) : vT(vT_), vBodyOf(vT_.size())
+    {
+        forRangeMT(vT.size(), [&](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i) {
+                const Index root = components.rootOf(static_cast<Index>(i));
+                vBodyOf[i] = components.isOriented(root) && vT[i]->isAlive() ? root : NONE;
+            }
+        });
+        forEachT([&](size_t i, Index root) {
+            if (root == i) { // the lowest number, so the others find its body there
+                vBodyOf[i] = static_cast<Index>(vBodies.size());
+                vBodies.emplace_back(*vT[i]);
+            } else {
+                vBodyOf[i] = vBodyOf[root];
+            }
+            if (components.isAtRim(static_cast<Index>(i)))
+                addRim(*vT[i], vBodies[vBodyOf[i]]);
+        });
+        for (Body& body : vBodies)
+            body.placeApex();
+        sumVolumes();
+    }
+
+    size_t countInsideOut() const
+    {
+        return size_t(std::count_if(vBodies.begin(), vBodies.end(),
+                                    [](const Body& body) { return body.isInsideOut(); }));
+    }
+
+    void turnInsideOut() const
+    {
+        forEachT([&](size_t i, Index body) {
+            if (vBodies[body].isInsideOut())
+                vT[i]->flipOrientation();
+        });
+    }
+
+private:
+    static constexpr Index NONE = std::numeric_limits<Index>::max();
+
+    // f(number, body) for each triangle that has a body.
+    template <class F>
+    void forEachT(F f) const
+    {
+        for (size_t i = 0; i < vBodyOf.size(); ++i)
+            if (vBodyOf[i] != NONE)
+                f(i, vBodyOf[i]);
+    }
+
+    void sumVolumes()
+    {
+        std::vector<double> vVolume6(vT.size());
+        forRangeMT(vT.size(), [&](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i)
+                if (vBodyOf[i] != NONE)
+                    vVolume6[i] = signedVolume6(*vT[i], vBodies[vBodyOf[i]].apex);
+        });
+        forEachT([&](size_t i, Index body) {
+            vBodies[body].volume6 += vVolume6[i];
+            vBodies[body].magnitude6 += std::abs(vVolume6[i]);
+        });
+    }
+
+    const std::vector<RTriangle*>& vT;
+    std::vector<Index> vBodyOf; // by number of the triangle
+    std::vector<Body> vBodies;
+};
+
 } // namespace
 
 size_t orientOutward(RMesh& mesh)
 {
     const StageTimer stage("RM_outward");
-    const std::vector<RTriangle*>& vT = mesh.getAllT();
-    Components components(mesh);
-    Bodies bodies(mesh);
-    const auto forEachOriented = [&](auto f) {
-        for (Index number = 0; number < vT.size(); ++number) {
-            const Index root = components.rootOf(number);
-            if (components.isOriented(root) && vT[number]->isAlive())
-                f(number, bodies.at(root));
-        }
-    };
-    forEachOriented([&](Index number, Body& body) {
-        if (components.isAtRim(number))
-            addRim(*vT[number], body);
-    });
-    bodies.placeApexes();
-    forEachOriented([&](Index number, Body& body) {
-        const double volume6 = signedVolume6(*vT[number], body.apex);
-        body.volume6 += volume6;
-        body.magnitude6 += std::abs(volume6);
-    });
+    const Bodies bodies(mesh.getAllT(), Components(mesh));
     const size_t numTurned = bodies.countInsideOut();
     if (numTurned > 0)
-        forEachOriented([&](Index number, const Body& body) {
-            if (body.isInsideOut())
-                vT[number]->flipOrientation();
-        });
+        bodies.turnInsideOut();
     return numTurned;
 }
 

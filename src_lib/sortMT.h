@@ -355,6 +355,22 @@ void forSlicesMT(size_t n, size_t sliceSize, F f, OnDone onDone)
     round.finish(onDone);
 }
 
+// Both, fBeside on another thread; this one runs f, which may use all primitives of this file.
+template <class FBeside, class F>
+void besideMT(FBeside fBeside, F f)
+{
+    if (getNumCPU() < 2) {
+        fBeside();
+        f();
+        return;
+    }
+    const auto task = [&fBeside](int) { fBeside(); };
+    TaskRound round(1);
+    round.push(task);
+    f();
+    round.finish();
+}
+
 // f(T&) on every element, each a task of its own however few there are: for elements of much work. onDone()
 // on the calling thread after each of them, in order.
 template <class T, class F, class OnDone>
