@@ -146,7 +146,7 @@ bool lessByEndpoints(const REdge* p0, const REdge* p1)
 class Sheets
 {
 public:
-    explicit Sheets(const std::vector<RTriangle*>& vT) : forest(vT.size())
+    explicit Sheets(const std::vector<RTriangle*>& vT) : forest(vT.size()), vAlive(vT.size(), 0)
     {
         // Slices in parallel, each within itself, then what reaches across; that is little.
         constexpr size_t SLICE_SIZE = 1 << 16;
@@ -155,9 +155,12 @@ public:
         forSlicesMT(
             vT.size(), SLICE_SIZE,
             [&](size_t from, size_t to) {
-                for (size_t i = from; i < to; ++i)
-                    if (vT[i]->isAlive())
-                        joinToLower(*vT[i], from, vLinks[from / SLICE_SIZE], vvOneSided[from / SLICE_SIZE]);
+                for (size_t i = from; i < to; ++i) {
+                    if (!vT[i]->isAlive())
+                        continue;
+                    vAlive[i] = 1;
+                    joinToLower(*vT[i], from, vLinks[from / SLICE_SIZE], vvOneSided[from / SLICE_SIZE]);
+                }
             },
             [] {});
         for (const auto& vOfSlice : vvOneSided)
@@ -165,16 +168,23 @@ public:
         for (const Links& links : vLinks)
             for (const auto& [pT0, pT1] : links)
                 join(*pT0, *pT1, vOneSided);
-        // A parent is lower than its children, so this leaves each at its root, one step for those that look.
-        for (SideForest::Index number = 0; number < forest.size(); ++number)
-            forest.find(number);
         for (SideForest::Index& number : vOneSided)
             number = forest.find(number).index;
         std::sort(vOneSided.begin(), vOneSided.end());
     }
 
+    bool isAlive(size_t number) const { return vAlive[number] != 0; }
+
     // The triangle of the sheet with the lowest number.
-    SideForest::Root rootOf(const RTriangle& triangle) const { return forest.look(numberOf(&triangle)); }
+    SideForest::Index rootOf(size_t number) { return forest.find(SideForest::Index(number)).index; }
+
+    // Turned against the triangle with the lowest number, and the sheet has two sides. For several threads;
+    // one step after rootOf has been asked of all triangles in order, since each then hangs from a root.
+    bool isTurned(size_t number) const
+    {
+        const SideForest::Root root = forest.look(SideForest::Index(number));
+        return root.bTurned && !isOneSided(root.index);
+    }
 
     bool isOneSided(SideForest::Index root) const
     {
@@ -213,6 +223,7 @@ private:
     }
 
     SideForest forest;                        // of the triangles, by number
+    std::vector<char> vAlive;                 // by number
     std::vector<SideForest::Index> vOneSided; // a triangle of each sheet that is; at last the roots, sorted
 };
 
@@ -313,40 +324,34 @@ size_t RMesh::createPatchesOrient()
     Progress* pProgress = getRootProgress()->getChildProgressSetTodo("RM_cpo", vT.size());
     vRP.clear();
     constexpr std::uint32_t NONE = std::numeric_limits<std::uint32_t>::max();
-    const Sheets sheets(vT);
-    std::vector<std::uint32_t> vPatchOf(vT.size()); // by number; the root of the sheet at first
-    forRangeMT(vT.size(), [&](size_t begin, size_t end) {
-        for (size_t i = begin; i < end; ++i) {
-            if (!vT[i]->isAlive()) {
-                vPatchOf[i] = NONE;
-                continue;
-            }
-            const SideForest::Root root = sheets.rootOf(*vT[i]);
-            vPatchOf[i] = root.index;
-            if (root.bTurned && !sheets.isOneSided(root.index))
-                vT[i]->flipOrientation();
-        }
-    });
+    Sheets sheets(vT);
+    std::vector<std::uint32_t> vPatchOf(vT.size(), NONE); // by number
     std::vector<std::vector<RTriangle*>> vvMembers;
-    for (size_t i = 0; i < vT.size(); ++i) {
-        if (vPatchOf[i] == NONE)
+    std::vector<RTriangle*> vOneSided;       // the first triangles of such sheets
+    for (size_t i = 0; i < vT.size(); ++i) { // reads no triangle, they are far in memory
+        if (!sheets.isAlive(i))
             continue;
-        if (vPatchOf[i] == i) { // the lowest number, so the others find its patch there
+        const SideForest::Index root = sheets.rootOf(i);
+        if (root == i) { // the lowest number, so the others find its patch there
             vPatchOf[i] = static_cast<std::uint32_t>(vvMembers.size());
             vvMembers.emplace_back();
-            if (sheets.isOneSided(static_cast<SideForest::Index>(i)))
-                orientByWalk(vT[i]);
-        } else {
-            vPatchOf[i] = vPatchOf[vPatchOf[i]];
+            if (sheets.isOneSided(root))
+                vOneSided.push_back(vT[i]);
         }
+        vPatchOf[i] = vPatchOf[root];
         vvMembers[vPatchOf[i]].push_back(vT[i]);
     }
     for (size_t id = 0; id < vvMembers.size(); ++id)
         vRP.push_back(std::make_unique<RPatch>(this, static_cast<int>(id), std::move(vvMembers[id])));
     forRangeMT(vT.size(), [&](size_t begin, size_t end) {
-        for (size_t i = begin; i < end; ++i)
+        for (size_t i = begin; i < end; ++i) {
             vT[i]->pPatch = vPatchOf[i] == NONE ? nullptr : vRP[vPatchOf[i]].get();
+            if (sheets.isTurned(i))
+                vT[i]->flipOrientation();
+        }
     });
+    for (RTriangle* pSeed : vOneSided)
+        orientByWalk(pSeed);
     pProgress->finish(true);
     return vRP.size();
 }
