@@ -57,11 +57,11 @@ public:
     // The same for the patch of a hole, without the phase "TP_unif".
     void runInHole(Voro* pVoro);
 
-    // The passes of a melt: squares, then unless all edges are regular the sheets that bound bodies (extension
-    // of 1.17); of a soup that has no inside, second extraction twice, rims, pairs of sheets, strips between
-    // sheets that cross and the last word on pieces of sheets (extensions of 1.17), vertices that the mesh
-    // added, flat triangles, and no two vertices at one position. Of the vertices on the input only those move that lie in a flat
-    // triangle or with another one. Same phases.
+    // The passes of a melt: squares, then unless all edges are regular the sheets that bound bodies
+    // (extension of 1.17); of a soup that has no inside, second extraction twice, rims, pairs of sheets,
+    // strips between sheets that cross and the last word on pieces of sheets (extensions of 1.17), vertices
+    // that the mesh added, flat triangles, and no two vertices at one position. Of the vertices on the input
+    // only those move that lie in a flat triangle or with another one. Same phases.
     void runMelt(Voro* pVoro);
 
     // For runMelt: the cells where the input ends, ascending. There a border is no fault.
