@@ -72,7 +72,7 @@ std::vector<char> findFolds(const std::vector<REdge*>& vRE)
     return vFold;
 }
 
-// Which way a needle of nearly no height faces, rounding decides, so that flips there can go round in circles.
+// Rounding decides which way a needle of nearly no height faces, so flips there can go round in circles.
 // Elsewhere one flip for each bad triangle is much.
 constexpr size_t MAX_FLIPS_PER_BAD = 16;
 
