@@ -122,10 +122,9 @@ void CMesh::connectEdges(const std::vector<CTriangle*>& vByNumber, const std::ve
     const std::size_t numVtx = vertices.getAll().size();
     const CornerSlices slices(
         vCorners.size(), [&](std::size_t i) -> const auto& { return vCorners[i]; });
-    const auto [vOfSides, vFirstSides] = numberEdges(vCorners, numVtx, slices);
-    createEdges(vCorners, vFirstSides);
-    forRangeMT(numVtx, [&, &vOfSides = vOfSides, &vFirstSides = vFirstSides](std::size_t firstVtx,
-                                                                             std::size_t endVtx) {
+    const EdgeNumbers numbers = numberEdges(vCorners, numVtx, slices);
+    createEdges(vCorners, numbers.vFirstSides);
+    forRangeMT(numVtx, [&](std::size_t firstVtx, std::size_t endVtx) {
         const auto isMine = [=](std::uint32_t vtx) { return vtx >= firstVtx && vtx < endVtx; };
         slices.forEachNear(firstVtx, endVtx, [&](std::size_t i) {
             CTriangle* pCT = vByNumber[i];
@@ -135,13 +134,13 @@ void CMesh::connectEdges(const std::vector<CTriangle*>& vByNumber, const std::ve
                     std::minmax(vCorners[i][SIDE_ENDS[side][0]], vCorners[i][SIDE_ENDS[side][1]]);
                 if (!isMine(low) && !isMine(high))
                     continue;
-                const std::uint32_t edge = vOfSides[3 * i + side];
+                const std::uint32_t edge = numbers.vOfSides[3 * i + side];
                 CEdge* pCE = vMeshE[edge];
                 if (isMine(low)) {
                     *sides[side] = pCE;
                     pCE->checkIn(pCT);
                 }
-                if (vFirstSides[edge] != 3 * i + side)
+                if (numbers.vFirstSides[edge] != 3 * i + side)
                     continue;
                 if (isMine(low))
                     linkAt(low, pCE);

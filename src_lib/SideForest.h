@@ -1,5 +1,5 @@
 // Subsystem: mesh on codes. Builds on: the standard library. Used by: sideClues, SheetChoice, solidSheets,
-// RMesh, SeamSheets, twistLines, SoupBodies, Filler.
+// RMesh, SeamSheets, orientOutward, twistLines, SoupBodies, Filler.
 // Groups of things with two sides, that grow by joining.
 #pragma once
 

@@ -24,11 +24,11 @@ using Coords = std::array<double, 3>;
 
 constexpr std::size_t NUM_AXES = 3;
 constexpr Index NO_SHELL = UINT32_MAX;
-constexpr Index OPEN = 0;                        // the shell of what ends somewhere
-constexpr std::size_t SHELL_SAMPLES = 16;        // corners that all have to lie within another shell
-constexpr int INSIDE_FROM = 2;                   // of three rays
-constexpr std::size_t TRIANGLES_PER_PART = 4096; // of the work that threads share
-constexpr std::size_t CRACK_PART = 10;           // of the edges: with more odd ones it is no shell
+constexpr Index OPEN = 0;                 // the shell of what ends somewhere
+constexpr std::size_t SHELL_SAMPLES = 16; // corners that all have to lie within another shell
+constexpr int INSIDE_FROM = 2;            // of three rays
+constexpr std::size_t SLICE_SIZE = 4096;  // triangles
+constexpr std::size_t CRACK_PART = 10;    // of the edges: with more odd ones it is no shell
 
 Coords coordsOf(const Point3& p)
 {
@@ -323,33 +323,23 @@ void SoupBodies::getCrossings(const std::vector<Point3>& vPlaces, std::size_t ax
                               std::vector<Crossing>& vCrossings) const
 {
     const AxisRays rays(vPlaces, axis);
-    struct Part {
-        std::size_t begin, end; // triangles
-        std::vector<Crossing> vCrossings;
-    };
-    std::vector<Part> vParts;
-    for (std::size_t begin = 0; begin < vShellOfT.size(); begin += TRIANGLES_PER_PART)
-        vParts.push_back({begin, std::min(begin + TRIANGLES_PER_PART, vShellOfT.size()), {}});
-    forBlocksMT(
-        vParts,
-        [&](Part& part) {
-            for (std::size_t t = part.begin; t < part.end; ++t)
+    const auto vvFound = collectMT<Crossing>(
+        vShellOfT.size(), SLICE_SIZE, [&](std::size_t begin, std::size_t end, std::vector<Crossing>& vFound) {
+            for (std::size_t t = begin; t < end; ++t)
                 if (vShellOfT[t] != NO_SHELL)
                     rays.cross({coordsOf(vCorners[3 * t]), coordsOf(vCorners[3 * t + 1]),
                                 coordsOf(vCorners[3 * t + 2])},
                                [&](Index ray) {
-                                   part.vCrossings.push_back({ray, vShellOfT[t]});
+                                   vFound.push_back({ray, vShellOfT[t]});
                                });
-        },
-        [] {});
-
+        });
     TESK_TOOLS::KeyBuckets<Index> shells(vPlaces.size()); // by ray
-    for (const Part& part : vParts)
-        for (const Crossing& crossing : part.vCrossings)
+    for (const auto& vFound : vvFound)
+        for (const Crossing& crossing : vFound)
             shells.announce(crossing.ray);
     shells.makeRoom();
-    for (const Part& part : vParts)
-        for (const Crossing& crossing : part.vCrossings)
+    for (const auto& vFound : vvFound)
+        for (const Crossing& crossing : vFound)
             shells.add(crossing.ray, crossing.shell);
 
     vCrossings.clear();

@@ -1,14 +1,13 @@
 #include "orientOutward.h"
 
 #include "RMesh.h"
+#include "SideForest.h"
 #include "sortMT.h"
 #include "stageTrace.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <limits>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -18,7 +17,7 @@ namespace TESK_ZAN
 namespace
 {
 
-using Index = std::uint32_t;
+using Index = SideForest::Index;
 
 // The components of the alive triangles. They are found by joining each triangle to its neighbours with lower
 // numbers, in the order of the numbers, which mostly lie near in space and in memory: a walk from neighbour
@@ -26,49 +25,39 @@ using Index = std::uint32_t;
 class Components
 {
 public:
-    explicit Components(const RMesh& mesh) : vT(mesh.getAllT()), vParent(vT.size())
+    explicit Components(const RMesh& mesh)
+        : vT(mesh.getAllT()), forest(vT.size()), vAtRim(vT.size(), 0), vTwisted(vT.size(), 0)
     {
-        std::iota(vParent.begin(), vParent.end(), Index(0));
-        vTwisted.resize(vT.size(), 0);
-        vAtRim.resize(vT.size(), 0);
         // Slices in parallel, each within itself, then what reaches across; that is little.
         constexpr size_t SLICE_SIZE = 1 << 16;
-        std::vector<Links> vLinks(vT.size() / SLICE_SIZE + 1);
-        forSlicesMT(
-            vT.size(), SLICE_SIZE,
-            [&](size_t from, size_t to) {
-                for (size_t i = from; i < to; ++i)
+        const auto vvLinks =
+            collectMT<Link>(vT.size(), SLICE_SIZE, [&](size_t begin, size_t end, std::vector<Link>& vAcross) {
+                for (size_t i = begin; i < end; ++i)
                     if (vT[i]->isAlive())
-                        joinToLower(*vT[i], from, vLinks[from / SLICE_SIZE]);
-            },
-            [] {});
-        for (const Links& links : vLinks)
-            for (const auto& [number0, number1] : links)
-                join(number0, number1);
-        // A parent is lower than its children, so this leaves each at its root, one step for those that ask.
+                        joinToLower(*vT[i], begin, vAcross);
+            });
+        for (const auto& vLinks : vvLinks)
+            for (const auto& [number0, number1] : vLinks)
+                forest.join(number0, number1);
+        // A parent is lower than its children, so this leaves each at its root, one step for those that look.
         for (Index number = 0; number < vT.size(); ++number) {
-            const Index root = shortenToRoot(number);
+            const Index root = forest.find(number).index;
             if (vTwisted[number] != 0)
                 vTwisted[root] = 1;
         }
     }
 
     // The triangle of the component with the lowest number.
-    Index rootOf(Index number) const
-    {
-        while (vParent[number] != number)
-            number = vParent[number];
-        return number;
-    }
+    Index rootOf(Index number) const { return forest.look(number).index; }
 
     bool isOriented(Index root) const { return vTwisted[root] == 0; }
     bool isAtRim(Index number) const { return vAtRim[number] != 0; }
 
 private:
-    using Links = std::vector<std::pair<Index, Index>>;
+    using Link = std::pair<Index, Index>;
 
     // Joins the triangle to its neighbours with lower numbers, but only notes those below first.
-    void joinToLower(const RTriangle& triangle, size_t first, Links& linksAcross)
+    void joinToLower(const RTriangle& triangle, size_t first, std::vector<Link>& vAcross)
     {
         const Index number = numberOf(&triangle);
         for (int ici = 0; ici < 3; ++ici) {
@@ -83,28 +72,14 @@ private:
             if (triangle.needFlip(pNeig))
                 vTwisted[number] = 1;
             if (numberOf(pNeig) < first)
-                linksAcross.emplace_back(numberOf(pNeig), number);
+                vAcross.emplace_back(numberOf(pNeig), number);
             else
-                join(numberOf(pNeig), number);
+                forest.join(numberOf(pNeig), number);
         }
     }
 
-    void join(Index number0, Index number1)
-    {
-        const Index root0 = shortenToRoot(number0);
-        const Index root1 = shortenToRoot(number1);
-        vParent[std::max(root0, root1)] = std::min(root0, root1);
-    }
-
-    Index shortenToRoot(Index number)
-    {
-        while (vParent[number] != number)
-            number = vParent[number] = vParent[vParent[number]];
-        return number;
-    }
-
     const std::vector<RTriangle*>& vT;
-    std::vector<Index> vParent; // by number of the triangle; never above it
+    SideForest forest;          // of the triangles, by number
     std::vector<char> vAtRim;   // of a triangle: it has an edge that is no connection
     std::vector<char> vTwisted; // not consistently oriented: of a triangle, at last of a root
 };

@@ -1,4 +1,4 @@
-// Subsystem: real mesh. Builds on: RMesh. Used by: Hal.
+// Subsystem: real mesh. Builds on: RMesh, SideForest. Used by: Hal.
 // Turns surfaces so that their normals point outward.
 #pragma once
 

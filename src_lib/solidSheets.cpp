@@ -24,7 +24,7 @@ using Index = SideForest::Index;
 
 constexpr Index NONE = UINT32_MAX;
 
-constexpr std::size_t EDGES_PER_PART = 16384;     // of the work that threads share
+constexpr std::size_t SLICE_SIZE = 16384;         // edges
 constexpr std::size_t LOOKS = 64;                 // into a region: more would hardly change the kind
 constexpr double BESIDE_CELLS = 0.25;             // from a triangle, for a look into what lies beside it
 const Vector3 OFF_CENTRE(0.0173, 0.0239, 0.0311); // in cells: planes of parts often run through centres
@@ -155,28 +155,20 @@ private:
     char kindOf(Index side) const { return vKind[vRegion[side]]; }
     bool isOutside(Index i) const { return kindOf(2 * i) == 0 && kindOf(2 * i + 1) == 0; } // on both sides
 
+    using MetSides = std::pair<Index, Index>; // that face each other round an edge
+
     void findRegions()
     {
-        struct Part {
-            std::size_t begin, end;                    // edges
-            std::vector<std::pair<Index, Index>> vMet; // sides that face each other there
-        };
         const std::vector<CEdge*>& vCE = mesh.getE();
-        std::vector<Part> vParts;
-        for (std::size_t begin = 0; begin < vCE.size(); begin += EDGES_PER_PART)
-            vParts.push_back({begin, std::min(begin + EDGES_PER_PART, vCE.size()), {}});
-        forBlocksMT(
-            vParts,
-            [&](Part& part) {
+        const auto vvMet = collectMT<MetSides>(
+            vCE.size(), SLICE_SIZE, [&](std::size_t begin, std::size_t end, std::vector<MetSides>& vMet) {
                 std::vector<Spoke> vStar;
-                for (std::size_t i = part.begin; i < part.end; ++i)
-                    appendMet(vCE[i], vStar, part.vMet);
-            },
-            [] {});
-
+                for (std::size_t i = begin; i < end; ++i)
+                    appendMet(vCE[i], vStar, vMet);
+            });
         SideForest forest(2 * vCT.size());
-        for (const Part& part : vParts)
-            for (const auto& [side, facing] : part.vMet)
+        for (const auto& vMet : vvMet)
+            for (const auto& [side, facing] : vMet)
                 forest.join(side, facing);
         vRegion.resize(2 * vCT.size());
         vSize.assign(vRegion.size(), 0);
@@ -186,8 +178,7 @@ private:
         }
     }
 
-    void appendMet(const CEdge* pCE, std::vector<Spoke>& vStar,
-                   std::vector<std::pair<Index, Index>>& vMet) const
+    void appendMet(const CEdge* pCE, std::vector<Spoke>& vStar, std::vector<MetSides>& vMet) const
     {
         sortStar(pCE, vStar);
         const u64 from = pCE->getV0(), to = pCE->getV1();

@@ -355,6 +355,17 @@ void forSlicesMT(size_t n, size_t sliceSize, F f, OnDone onDone)
     round.finish(onDone);
 }
 
+// What f(begin, end, vOut) appends, on slices as above: a list for each, in order.
+template <class Out, class F>
+std::vector<std::vector<Out>> collectMT(size_t n, size_t sliceSize, F f)
+{
+    zanAssert(sliceSize > 0);
+    std::vector<std::vector<Out>> vvOut((n + sliceSize - 1) / sliceSize);
+    forSlicesMT(
+        n, sliceSize, [&](size_t begin, size_t end) { f(begin, end, vvOut[begin / sliceSize]); }, [] {});
+    return vvOut;
+}
+
 // Both, fBeside on another thread; this one runs f, which may use all primitives of this file.
 template <class FBeside, class F>
 void besideMT(FBeside fBeside, F f)
