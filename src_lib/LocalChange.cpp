@@ -15,9 +15,13 @@ namespace
 
 constexpr size_t MAX_TRIANGLES = 32; // a hub is left alone
 
-// A null vector if the triangle has no area.
-Vector3 normalOf(const std::array<const Point3*, 3>& corners)
+// A null vector if the triangle has no area. The bits are the same whichever corner comes first, and no
+// other normal is looked at here: else a needle of nearly no height would face one way in one plan and
+// another way in the next, and two flips could each take a fold away, in turn and for ever.
+Vector3 normalOf(std::array<const Point3*, 3> corners)
 {
+    const auto isBefore = [](const Point3* p, const Point3* q) { return *p < *q; };
+    std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end(), isBefore), corners.end());
     const Vector3 v01 = *corners[1] - *corners[0];
     const Vector3 v02 = *corners[2] - *corners[0];
     const Vector3 cross = crossProd(v01, v02);
@@ -192,9 +196,8 @@ void LocalChanger::collectRim()
                 continue;
             if (pNeig != nullptr)
                 vAround.push_back(cornersOf(*pNeig));
-            bool bOK = false;
             vRim.push_back({pRT->getCorner(nextIndex3(ici)), pRT->getCorner(prevIndex3(ici)),
-                            pNeig == nullptr ? Vector3() : pNeig->getNNV(bOK)});
+                            pNeig == nullptr ? Vector3() : normalOf(cornersOf(*pNeig))});
         }
 }
 

@@ -72,12 +72,8 @@ std::vector<char> findFolds(const std::vector<REdge*>& vRE)
     return vFold;
 }
 
-// Rounding decides which way a needle of nearly no height faces, so flips there can go round in circles.
-// Elsewhere one flip for each bad triangle is much.
-constexpr size_t MAX_FLIPS_PER_BAD = 16;
-
 // Ends: each change takes away a vertex, or else a fold, or else raises the least of the angles that it
-// changes; and where digits are too few for that, the number of flips is bounded.
+// changes. These are the same bits in each plan, however few digits tell them.
 class ShapeRepair
 {
 public:
@@ -147,7 +143,7 @@ void ShapeRepair::enqueue(const RTriangle& triangle)
 
 void ShapeRepair::emptyHeap(const Allowance& allowance)
 {
-    while (!vHeap.empty() && report.numFlips <= MAX_FLIPS_PER_BAD * report.numBad) {
+    while (!vHeap.empty()) {
         std::pop_heap(vHeap.begin(), vHeap.end(), comesLater);
         const Entry entry = vHeap.back();
         vHeap.pop_back();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <numeric>
 #include <stdexcept>
@@ -213,6 +214,21 @@ TEST_F(parallelLoops, aFailedConditionOfAWorkerReachesTheCaller)
     setNumCPU(2);
     std::vector<int> v(2000);
     EXPECT_THROW(forEachMT(v, [](int&) { throw ZanBugException(); }), ZanBugException);
+}
+
+TEST_F(parallelLoops, whoeverThrowsWaitsForTheWorkBeside)
+{
+    for (int numThreads : THREAD_COUNTS) {
+        setNumCPU(numThreads);
+        std::atomic<bool> bDone{false};
+        const auto slowly = [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            bDone = true;
+        };
+        EXPECT_THROW(besideMT(slowly, [] { throw std::runtime_error("in front"); }), std::runtime_error);
+        EXPECT_TRUE(bDone);
+        EXPECT_THROW(besideMT([] { throw std::runtime_error("beside"); }, [] {}), std::runtime_error);
+    }
 }
 
 TEST_F(parallelLoops, everyElementIsVisitedOnce)
